@@ -1,0 +1,12 @@
+# Reads the list of exports and writes the linker's version script: the listed names are global, all else is local.
+function(ozrdc_write_version_script list_file script)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list_file}")
+  file(STRINGS "${list_file}" lines REGEX "^OZRDC_EXPORT\\(.*\\)$")
+  set(text "{\n  global:\n")
+  foreach(line IN LISTS lines)
+    string(REGEX REPLACE "^OZRDC_EXPORT\\((.*)\\)$" "\\1" name "${line}")
+    string(APPEND text "    ${name};\n")
+  endforeach()
+  string(APPEND text "  local: *;\n};\n")
+  file(CONFIGURE OUTPUT "${script}" CONTENT "${text}" @ONLY)
+endfunction()

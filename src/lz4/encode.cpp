@@ -1,0 +1,145 @@
+// Encodes LZ4 blocks with a hash table.
+//
+// A block is a chain of: search for the next match, extend it forwards, write the literals before it and the match itself.
+// One statement of that chain serves all encoders: the search (its table and its order of probes) and the writer (with or
+// without bounds) are its parameters. Matches are never extended backwards. The first match of a block may reach closer to
+// the end of the source than the later ones; both limits leave at least five literals at the end, and none of the margins
+// lets an 8- or 16-byte unit pass the end.
+
+#include <cstdint>
+
+#include "core/arguments.h"
+#include "core/entry_points.h"
+#include "core/match_length.h"
+#include "core/vector_kernels.h"
+#include "lz4/format.h"
+#include "lz4/hash_search.h"
+#include "lz4/sequence_writer.h"
+
+namespace ozrdc::lz4 {
+namespace {
+
+// How many bytes at the end of the source a match leaves alone: the first of a block, and the later ones.
+constexpr int64_t kFirstMatchMargin = 5;
+constexpr int64_t kNextMatchMargin = 12;
+
+struct Source {
+    const uint8_t* begin;
+    int64_t length;
+
+    [[nodiscard]] const uint8_t* end() const noexcept { return begin + length; }
+};
+
+// Encodes a block; returns the number of source bytes that the writer took.
+template <class Search, class Writer>
+[[gnu::always_inline]] inline int64_t encode(const Source src, const Search search, Writer& writer,
+                                             int64_t nextMatchMargin) noexcept {
+    const uint8_t* anchor = src.begin;
+    if (src.length > kSearchMargin + 1) {
+        const uint8_t* matchLimit = src.end() - kFirstMatchMargin;
+        for (Hit hit = search.first(src.begin); hit.at != nullptr;) {
+            const auto literals = static_cast<uint64_t>(hit.at - anchor);
+            const uint8_t* const compared = hit.at + kMinMatch;
+            auto length = static_cast<uint64_t>(
+                kMinMatch + getboundlong(compared, hit.candidate + kMinMatch, matchLimit - compared));
+            if (!writer.put(anchor, literals, static_cast<uint64_t>(hit.at - hit.candidate), length)) break;
+            anchor = hit.at + length;
+            matchLimit = src.end() - nextMatchMargin;
+            hit = search.next(anchor, static_cast<int64_t>(literals));
+        }
+    }
+    return anchor - src.begin +
+           static_cast<int64_t>(writer.finish(anchor, static_cast<uint64_t>(src.end() - anchor)));
+}
+
+template <class Table>
+[[gnu::always_inline]] inline Prober<Table> prober(const Source src, uint8_t* pHashTable) noexcept {
+    // A source too short to be searched never uses the limit.
+    return {Table{pHashTable}, src.begin, src.length > kSearchMargin ? src.end() - kSearchMargin : src.begin};
+}
+
+template <class Table, class Writer>
+int64_t encodeStepped(const Source src, uint8_t* pHashTable, Writer& writer) noexcept {
+    return encode(src, SteppedSearch<Table>{prober<Table>(src, pHashTable)}, writer, kNextMatchMargin);
+}
+
+// With narrow positions every match may reach as far as the first.
+template <class Table>
+void encodeAccelerated(const Source src, uint8_t* pHashTable, UncheckedWriter& writer, int64_t acceleration) noexcept {
+    Table{pHashTable}.clear();
+    encode(src, AcceleratedSearch<Table>{prober<Table>(src, pHashTable), acceleration}, writer,
+           Table::kOffsetsAlwaysFit ? kFirstMatchMargin : kNextMatchMargin);
+}
+
+// Clears the part of the table that a source of this length uses.
+Status clearTable(uint8_t* pHashTable, int32_t srcLen) noexcept {
+    constexpr int32_t kEntries = NarrowTable::kMask + 1;
+    static_assert(kEntries == WideTable::kMask + 1);
+    return srcLen < kShortSource ? ozrsZero_16s(pHashTable, kEntries) : ozrsZero_32s(pHashTable, kEntries);
+}
+
+}  // namespace
+}  // namespace ozrdc::lz4
+
+using namespace ozrdc;
+using namespace ozrdc::lz4;
+
+Status y8_ozrsEncodeLZ4HashTableGetSize_8u(int32_t* pHashTableSize) noexcept {
+    if (anyNull(pHashTableSize)) return StatusNullPointer;
+    *pHashTableSize = kHashTableSize;
+    return StatusOk;
+}
+
+Status y8_ozrsEncodeLZ4HashTableInit_8u(uint8_t* pHashTable, int32_t srcLen) noexcept {
+    if (anyNull(pHashTable)) return StatusNullPointer;
+    if (srcLen < 1) return StatusSizeError;
+    return clearTable(pHashTable, srcLen);
+}
+
+Status y8_ozrsEncodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen,
+                           uint8_t* pHashTable) noexcept {
+    if (const Status s = clearTable(pHashTable, srcLen)) return s;
+    if (anyNull(pSrc, pDst, pDstLen)) return StatusNullPointer;
+    if (srcLen < 1) return StatusSizeError;
+    const Source src{pSrc, srcLen};
+    UncheckedWriter writer{pDst};
+    if (srcLen < kShortSource) {
+        encodeStepped<NarrowTable>(src, pHashTable, writer);
+    } else {
+        encodeStepped<WideTable>(src, pHashTable, writer);
+    }
+    *pDstLen = static_cast<int32_t>(writer.op - pDst);
+    return StatusOk;
+}
+
+Status y8_ozrsEncodeLZ4Safe_8u(const uint8_t* pSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen,
+                               uint8_t* pHashTable) noexcept {
+    if (anyNull(pSrcLen)) return StatusNullPointer;
+    if (const Status s = clearTable(pHashTable, *pSrcLen)) return s;
+    if (anyNull(pSrc, pDst, pDstLen)) return StatusNullPointer;
+    if (*pSrcLen < 1 || *pDstLen < 1) return StatusSizeError;
+    const Source src{pSrc, *pSrcLen};
+    BoundedWriter writer{pDst, pDst + *pDstLen};
+    const int64_t consumed = src.length < kShortSource ? encodeStepped<NarrowTable>(src, pHashTable, writer)
+                                                       : encodeStepped<WideTable>(src, pHashTable, writer);
+    *pSrcLen = static_cast<int32_t>(consumed);
+    *pDstLen = static_cast<int32_t>(writer.op - pDst);
+    return consumed == src.length ? StatusOk : StatusDestinationFull;
+}
+
+Status y8_ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen,
+                               uint8_t* pHashTable, int32_t acceleration) noexcept {
+    if (acceleration == 1) return y8_ozrsEncodeLZ4_8u(pSrc, srcLen, pDst, pDstLen, pHashTable);
+    if (anyNull(pSrc, pDst, pDstLen, pHashTable)) return StatusNullPointer;
+    if (srcLen < 1) return StatusSizeError;
+    if (acceleration < 1) return StatusBadFactor;
+    const Source src{pSrc, srcLen};
+    UncheckedWriter writer{pDst};
+    if (srcLen < kShortSource) {
+        encodeAccelerated<LargeNarrowTable>(src, pHashTable, writer, acceleration);
+    } else {
+        encodeAccelerated<WideTable>(src, pHashTable, writer, acceleration);
+    }
+    *pDstLen = static_cast<int32_t>(writer.op - pDst);
+    return StatusOk;
+}

@@ -1,0 +1,172 @@
+// The match search of the LZ4 hash-table encoders.
+//
+// A table maps the hash of the five bytes at a position to the last position hashed into that slot. To probe a position is
+// to read its slot, enter the position there, and compare four bytes with the position read. The order of the probes, that
+// is, which positions are tried and entered and with what steps, is fixed: it decides the encoder's output bit for bit.
+//
+// Two orders exist. `SteppedSearch` tries positions one by one for a while after the start and after each match, then with
+// steps that grow while nothing is found. `AcceleratedSearch` starts with large steps at once.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "core/crc_hash.h"
+#include "core/unaligned.h"
+#include "lz4/format.h"
+
+namespace ozrdc::lz4 {
+
+// No position within this many bytes of the source's end is probed.
+constexpr int64_t kSearchMargin = 28;
+
+// Size of the caller's table in bytes, whatever its entries are.
+constexpr int32_t kHashTableSize = 16384;
+
+// All positions of a source below this length fit 16 bits.
+constexpr int32_t kShortSource = 65536;
+
+// The hash of the five bytes at `p`: the fifth seeds the CRC-32C of the first four.
+[[gnu::always_inline]] inline uint32_t hashFive(const uint8_t* p) noexcept { return crcHash(p[4], load32(p)); }
+
+// A caller's table of 2^bits positions, at any address. Position 0 is what a cleared slot holds, and a valid candidate.
+template <class Position, unsigned bits>
+struct HashTable {
+    static constexpr uint32_t kMask = (1U << bits) - 1;
+    static constexpr size_t kSize = sizeof(Position) << bits;
+    static_assert(kSize <= kHashTableSize);
+    // Narrow positions are never further apart than an offset reaches.
+    static constexpr bool kOffsetsAlwaysFit = sizeof(Position) == 2;
+
+    uint8_t* slots;
+
+    void clear() const noexcept { std::memset(slots, 0, kSize); }
+
+    // Reads the slot of a hash and enters a position there.
+    [[gnu::always_inline]] int64_t exchange(uint32_t hash, int64_t position) const noexcept {
+        uint8_t* const slot = slots + (hash & kMask) * sizeof(Position);
+        const int64_t previous = load<Position>(slot);
+        store(slot, static_cast<Position>(position));
+        return previous;
+    }
+};
+
+using NarrowTable = HashTable<uint16_t, 12>;
+using LargeNarrowTable = HashTable<uint16_t, 13>;
+using WideTable = HashTable<int32_t, 12>;
+
+// Two equal groups of four bytes. None was found if `at` is null.
+struct Hit {
+    const uint8_t* at = nullptr;
+    const uint8_t* candidate = nullptr;
+};
+
+// What the orders of probing share.
+template <class Table>
+struct Prober {
+    Table table;
+    const uint8_t* base;   // the byte of position 0
+    const uint8_t* limit;  // nothing at or behind it is probed
+
+    // Probes a position; true if it is a hit.
+    [[gnu::always_inline]] bool probe(const uint8_t* p, Hit& hit) const noexcept {
+        const int64_t position = p - base;
+        const int64_t candidate = table.exchange(hashFive(p), position);
+        if (load32(base + candidate) != load32(p)) [[likely]] return false;
+        if (!Table::kOffsetsAlwaysFit && candidate + int64_t{kMaxOffset} < position) return false;
+        hit = {p, base + candidate};
+        return true;
+    }
+};
+
+// Position by position first, then with growing steps.
+template <class Table>
+struct SteppedSearch : Prober<Table> {
+    // From the start of a block: this many single steps, then a counter that starts here and gives the step when shifted.
+    static constexpr int64_t kFirstSingles = Table::kOffsetsAlwaysFit ? 16 : 63;
+    static constexpr int64_t kFirstCounter = Table::kOffsetsAlwaysFit ? 16 : 64;
+    static constexpr int kFirstShift = Table::kOffsetsAlwaysFit ? 4 : 6;
+    // After a match: single steps only if few literals preceded it, that is, if the data compress well here.
+    static constexpr int64_t kNextSingles = 48;
+    static constexpr int64_t kNextCounter = 128;
+    static constexpr int kNextShift = 6;
+    static constexpr int64_t kManyLiterals = 64;
+
+    using Prober<Table>::limit;
+    using Prober<Table>::probe;
+
+    [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept {
+        return scan<kFirstShift>(begin + 1, kFirstSingles, kFirstCounter);
+    }
+
+    // The next match behind one that ends at `p` and was preceded by `literals` literals.
+    [[gnu::always_inline]] Hit next(const uint8_t* p, int64_t literals) const noexcept {
+        return scan<kNextShift>(p, literals < kManyLiterals ? kNextSingles : 0, kNextCounter);
+    }
+
+  private:
+    template <int shift>
+    [[gnu::always_inline]] Hit scan(const uint8_t* p, int64_t singles, int64_t counter) const noexcept {
+        Hit hit;
+        const uint8_t* const singlesEnd = p + std::clamp<int64_t>(limit - p, 0, singles);
+        for (; singlesEnd - p >= 4; p += 4) {
+            if (probe(p, hit) || probe(p + 1, hit) || probe(p + 2, hit) || probe(p + 3, hit)) return hit;
+        }
+        for (; p < singlesEnd; ++p) {
+            if (probe(p, hit)) return hit;
+        }
+        for (; p < limit; p += counter >> shift, ++counter) {
+            if (probe(p, hit)) return hit;
+        }
+        return hit;
+    }
+};
+
+// Large steps from the start, growing while nothing is found.
+template <class Table>
+struct AcceleratedSearch : Prober<Table> {
+    static constexpr int kShift = 6;
+    static constexpr int64_t kPass = 4;  // probes with one step
+
+    int64_t acceleration;
+
+    using Prober<Table>::base;
+    using Prober<Table>::limit;
+    using Prober<Table>::probe;
+    using Prober<Table>::table;
+
+    [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept { return scan(begin + 1); }
+
+    [[gnu::always_inline]] Hit next(const uint8_t* p, int64_t) const noexcept {
+        if (p >= limit) return {};
+        table.exchange(hashFive(p - 2), p - 2 - base);
+        return scan(p);
+    }
+
+  private:
+    // Tries `p`, then positions behind it.
+    [[gnu::always_inline]] Hit scan(const uint8_t* p) const noexcept {
+        Hit hit;
+        if (probe(p, hit)) return hit;
+        int64_t counter = acceleration << kShift;
+        for (;; counter += kPass) {
+            const int64_t step = counter >> kShift;
+            if (limit - p <= kPass * step) break;
+            if (probe(p + step, hit) || probe(p + 2 * step, hit) || probe(p + 3 * step, hit) ||
+                probe(p + 4 * step, hit)) {
+                return hit;
+            }
+            p += kPass * step;
+        }
+        for (;; ++counter) {
+            const int64_t step = counter >> kShift;
+            if (limit - p <= step) return hit;
+            p += step;
+            if (probe(p, hit)) return hit;
+        }
+    }
+};
+
+}  // namespace ozrdc::lz4

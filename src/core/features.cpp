@@ -1,9 +1,9 @@
 // The feature query, resolved by the dynamic linker.
 //
-// The CPUID instruction costs a trap of thousands of cycles in a virtual machine, so it must not run on every call; and a
-// result cached on first use would be state that changes after load. An indirect function is neither: while the library is
-// being relocated, the linker calls the resolver once, which picks the function whose constant answer describes this
-// processor, and the pointer to it is sealed with the other relocations.
+// The CPUID instruction costs a trap of thousands of cycles in a virtual machine, so it must not run on every call; and
+// a result cached on first use would be state that changes after load. An indirect function is neither: while the
+// library is being relocated, the linker calls the resolver once, which picks the function whose constant answer
+// describes this processor, and the pointer to it is sealed with the other relocations.
 
 #include "core/features.h"
 

@@ -1,10 +1,10 @@
-// The copy of a match: `length` bytes from `offset` bytes back, where a match longer than its offset repeats what it has
-// just written.
+// The copy of a match: `length` bytes from `offset` bytes back, where a match longer than its offset repeats what it
+// has just written.
 //
-// Copying in 16-byte units is only right if the source lies at least 16 bytes back. For shorter offsets the first `offset`
-// bytes are spread over a register by one shuffle, which gives 16 bytes of the repeating pattern, and the register is
-// stored again and again, each time further on by the largest multiple of the offset that is at most 16, so that the
-// pattern stays in phase. Every variant gives the result of a byte-by-byte forward copy.
+// Copying in 16-byte units is only right if the source lies at least 16 bytes back. For shorter offsets the first
+// `offset` bytes are spread over a register by one shuffle, which gives 16 bytes of the repeating pattern, and the
+// register is stored again and again, each time further on by the largest multiple of the offset that is at most 16, so
+// that the pattern stays in phase. Every variant gives the result of a byte-by-byte forward copy.
 #pragma once
 
 #include <tmmintrin.h>
@@ -20,7 +20,7 @@ namespace ozrdc {
 constexpr unsigned kWideOffset = 16;
 
 // How far `copyMatchFast` may write past the end of the match.
-constexpr unsigned kMatchOverwrite = 31;
+constexpr unsigned kMatchOverwrite = 47;
 
 namespace detail {
 
@@ -42,30 +42,30 @@ constexpr auto kPatterns = [] {
 
 }  // namespace detail
 
-// Copies a match of at most 18 bytes whose offset is below 16; may write up to byte 31 of the destination.
+// Copies a match of at most `kShortMatch` bytes whose offset is below 16; reads and writes up to `kShortMatchWritten`
+// bytes.
 constexpr unsigned kShortMatch = 18;
+constexpr unsigned kShortMatchWritten = 32;
 
 [[gnu::always_inline]] inline void copyShortPattern(uint8_t* dst, uint64_t offset) noexcept {
     const detail::Pattern& p = detail::kPatterns[offset];
     const __m128i pattern = _mm_shuffle_epi8(load128(dst - offset), load128(p.shuffle.data()));
     // Steps of the offsets above 0 are at least 9, so that two stores cover at least 25 bytes.
-    static_assert(kShortMatch <= 16 + 9 && kMatchOverwrite >= 31);
+    static_assert(kShortMatch <= 16 + 9);
     store128(dst, pattern);
     store128(dst + p.step, pattern);
 }
 
 // Copies a match; may read and write up to `kMatchOverwrite` bytes past its end.
+//
+// The first 48 bytes are copied without a look at the length, because a mispredicted branch costs more than the copy.
 [[gnu::always_inline]] inline void copyMatchFast(uint8_t* dst, uint64_t offset, uint64_t length) noexcept {
     uint8_t* const end = dst + length;
     if (offset >= kWideOffset) [[likely]] {
         const uint8_t* src = dst - offset;
-        do {
-            // Load, store, load, store: right for every offset of at least 16.
-            store128(dst, load128(src));
-            store128(dst + 16, load128(src + 16));
-            dst += 32;
-            src += 32;
-        } while (dst < end);
+        copyBlock<48>(dst, src);
+        static_assert(kMatchOverwrite >= 48 - 1);
+        for (dst += 48, src += 48; dst < end; dst += 32, src += 32) copyBlock<32>(dst, src);
         return;
     }
     if (offset == 0) return;
@@ -79,14 +79,17 @@ constexpr unsigned kShortMatch = 18;
 
 // Copies a match and touches no byte outside it and its source.
 inline void copyMatchExact(uint8_t* dst, uint64_t offset, uint64_t length) noexcept {
+    if (offset == 0) return;
     uint8_t* const end = dst + length;
     if (length > kMatchOverwrite) {
-        // The first stores end before the match does, whatever the copy writes past what it was asked for.
+        // All but the last bytes, so that the bytes written too many still belong to the match.
         const uint64_t fast = length - kMatchOverwrite;
         copyMatchFast(dst, offset, fast);
         dst += fast;
     }
-    if (offset == 0) return;
+    if (offset >= 8) {
+        for (; end - dst >= 8; dst += 8) copyBlock<8>(dst, dst - offset);
+    }
     for (; dst < end; ++dst) *dst = *(dst - offset);
 }
 

@@ -8,7 +8,8 @@
 
 namespace ozrdc {
 
-// Returns how many bytes at `a` and `b` are equal, at most `limit`. Reads no byte at or behind `a + limit` or `b + limit`.
+// Returns how many bytes at `a` and `b` are equal, at most `limit`. Reads no byte at or behind `a + limit` or `b +
+// limit`.
 //
 // Most matches are short, so that one 8-byte comparison comes first: the count of trailing zeros of the XOR of the two
 // words is eight times the number of equal bytes. Long matches go on 16 bytes at a time.
@@ -18,8 +19,7 @@ namespace ozrdc {
         if (const uint64_t diff = load64(a) ^ load64(b)) return std::countr_zero(diff) >> 3;
         n = 8;
         while (n + 16 <= limit) {
-            const auto equal =
-                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(load128(a + n), load128(b + n))));
+            const auto equal = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(load128(a + n), load128(b + n))));
             if (equal != 0xFFFF) return n + std::countr_one(equal);
             n += 16;
         }

@@ -1,5 +1,5 @@
-// Unaligned little-endian and big-endian loads and stores. x86-64 does each in one instruction; memcpy is how C++ says so
-// without undefined behaviour.
+// Unaligned little-endian and big-endian loads and stores. x86-64 does each in one instruction; memcpy is how C++ says
+// so without undefined behaviour.
 #pragma once
 
 #include <emmintrin.h>

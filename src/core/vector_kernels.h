@@ -1,7 +1,8 @@
-// Small array kernels that the codecs share: fill, clear, copy, add, shift, extremes, clamp, and the copy of a run of bits.
+// Small array kernels that the codecs share: fill, clear, copy, add, shift, extremes, clamp, and the copy of a run of
+// bits.
 //
-// Each is checked like an exported primitive (pointers, then lengths) and returns a `Status`. They are plain loops, which
-// the compiler turns into vector code, and inline, so that a caller with constant arguments pays for no check.
+// Each is checked like an exported primitive (pointers, then lengths) and returns a `Status`. They are plain loops,
+// which the compiler turns into vector code, and inline, so that a caller with constant arguments pays for no check.
 // Lengths are counts of elements.
 #pragma once
 
@@ -126,10 +127,11 @@ inline Status ozrsThreshold_GT_32s_I(int32_t* pSrcDst, int32_t len, int32_t leve
 }
 
 // Copies `bitCount` bits from bit `srcBit` of the source to bit `dstBit` of the destination; all other bits of the
-// destination keep their values, and no byte without a bit of the run is touched. Bit i of a buffer is bit i % 8 of byte
-// i / 8, counted from the least significant: the order of a Deflate stream. The regions must not overlap.
+// destination keep their values, and no byte without a bit of the run is touched. Bit i of a buffer is bit i % 8 of
+// byte i / 8, counted from the least significant: the order of a Deflate stream. The regions must not overlap.
 //
-// A null source gives `StatusNullPointer`, but a null destination, a count below 1 or a negative offset `StatusSizeError`.
+// A null source gives `StatusNullPointer`, but a null destination, a count below 1 or a negative offset
+// `StatusSizeError`.
 inline Status ozrsCopyBE_1u(const uint8_t* pSrc, int32_t srcBit, uint8_t* pDst, int32_t dstBit,
                             int32_t bitCount) noexcept {
     if (pSrc == nullptr) return StatusNullPointer;

@@ -1,13 +1,13 @@
 // Decodes LZ4 blocks.
 //
 // Two loops give the same bytes. The fast loop copies in whole 16- and 32-byte units and so reads and writes past the
-// lengths that it handles; it runs only while both cursors are far enough from the ends of their buffers that this stays
-// inside them. Most sequences have fewer than 15 literals and a match of at most 18 bytes from at least 16 bytes back, and
-// take one fixed 16-byte copy for the literals and 18 bytes for the match, without a length-dependent branch. The careful
-// loop takes over near the ends, checks every length and touches nothing outside its copies.
+// lengths that it handles; it runs only while both cursors are far enough from the ends of their buffers that this
+// stays inside them. Most sequences have fewer than 15 literals and a match of at most 18 bytes from at least 16 bytes
+// back, and take one fixed 16-byte copy for the literals and 18 bytes for the match, without a length-dependent branch.
+// The careful loop takes over near the ends, checks every length and touches nothing outside its copies.
 //
-// Which loop handles a sequence can be seen in the status of some malformed blocks (the fast loop lets a literal run of up
-// to 32 bytes end within the last 8 bytes of the source, the careful loop does not), so the margins are part of the
+// Which loop handles a sequence can be seen in the status of some malformed blocks (the fast loop lets a literal run of
+// up to 32 bytes end within the last 8 bytes of the source, the careful loop does not), so the margins are part of the
 // contract.
 //
 // The history that matches may reach is a policy: `Contiguous` when it lies directly in front of the output, `Separate`
@@ -32,16 +32,24 @@ constexpr int64_t kSourceMargin = 33;
 constexpr int64_t kSourceMarginWithHistory = 32;
 constexpr int64_t kDestinationMargin = 64;
 
-// What a sequence of the fast loop copies before it looks at lengths.
-constexpr int64_t kShortLiterals = 16;
-constexpr int64_t kMediumLiterals = 32;
+// What the fast loop copies before it looks at the number of literals.
+constexpr uint64_t kShortLiterals = 16;
+static_assert(1 + kShortLiterals <= kSourceMarginWithHistory);
 
-// Token, one extension byte and the unconditional copy stay inside the source; with the smaller margin the copy is guarded.
-static_assert(1 + 1 + kMediumLiterals <= kSourceMargin + 1);
-// Literals without a check, then a short match with its overwrite, stay inside the destination.
-static_assert(kMediumLiterals + kMatchOverwrite < kDestinationMargin);
-// A literal run that passes the checks for long runs is copied in 32-byte units.
-static_assert(kMediumLiterals - 1 < kSourceMarginWithHistory);
+// A run of this many literals fits the destination wherever the fast loop runs, with the copy of a short match behind
+// it.
+constexpr uint64_t kMediumLiterals = 32;
+static_assert(kMediumLiterals + kShortMatchWritten <= kDestinationMargin);
+
+// Literals with an extension are copied in whole units without a look at their number, which is 15 at least. They end
+// inside both margins.
+constexpr uint64_t kLongLiterals = 48;
+static_assert(kLongLiterals <= kNibbleMax + kSourceMarginWithHistory + 1 && kLongLiterals <= kDestinationMargin);
+static_assert(kMatchOverwrite < kDestinationMargin);
+
+// The bytes behind literals that the fast loop reads before it looks at the source's end again: an offset and a token.
+constexpr int64_t kOffsetAndToken = 3;
+static_assert(1 + (kNibbleMax - 1) + kOffsetAndToken <= kSourceMarginWithHistory);
 
 // A run of literals that ends closer than this to the end of the source must end at the end.
 constexpr int64_t kLastLiteralsMargin = 8;
@@ -112,7 +120,8 @@ struct Separate {
 [[gnu::always_inline]] inline bool readExtension(const uint8_t*& ip, const uint8_t* end, uint64_t& length) noexcept {
     unsigned byte;
     do {
-        if (ip == end) [[unlikely]] return false;
+        if (ip == end) [[unlikely]]
+            return false;
         byte = *ip++;
         length += byte;
     } while (byte == kExtensionMax);
@@ -129,14 +138,26 @@ template <class History>
     }
     match.offset = load16(ip);
     ip += 2;
-    if (!history.reaches(op, match.offset)) [[unlikely]] return StatusError;
+    if (!history.reaches(op, match.offset)) [[unlikely]]
+        return StatusError;
     uint64_t length = nibble;
     if (nibble == kNibbleMax) {
-        if (!readExtension(ip, src.end, length)) [[unlikely]] return StatusSourceExhausted;
-        if (length > std::numeric_limits<int32_t>::max()) [[unlikely]] return StatusSizeError;
+        if (!readExtension(ip, src.end, length)) [[unlikely]]
+            return StatusSourceExhausted;
+        if (length > std::numeric_limits<int32_t>::max()) [[unlikely]]
+            return StatusSizeError;
     }
     match.length = length + kMinMatch;
     return StatusOk;
+}
+
+// Copies a run of literals in whole units.
+[[gnu::always_inline]] inline void copyLongLiterals(uint8_t* op, const uint8_t* ip, uint64_t count) noexcept {
+    constexpr uint64_t kUnit = 32;
+    static_assert(kUnit <= kSourceMarginWithHistory && kUnit <= kDestinationMargin);
+    uint8_t* const end = op + count;
+    copyBlock<kLongLiterals>(op, ip);
+    for (op += kLongLiterals, ip += kLongLiterals; op < end; op += kUnit, ip += kUnit) copyBlock<kUnit>(op, ip);
 }
 
 template <class History>
@@ -154,7 +175,11 @@ template <class History>
             const auto sourceLeft = static_cast<uint64_t>(src.end - ip);
             const auto room = static_cast<uint64_t>(dst.end - op);
             const uint64_t copied = std::min({literals, sourceLeft, room});
-            std::memcpy(op, ip, copied);
+            if (copied <= kShortLiterals && sourceLeft >= kShortLiterals && room >= kShortLiterals) {
+                copyBlock<kShortLiterals>(op, ip);
+            } else {
+                std::memcpy(op, ip, copied);
+            }
             op += copied;
             ip += copied;
             if (literals > room) return {StatusDestinationFull, ip, op};
@@ -170,11 +195,22 @@ template <class History>
         if (history.startsElsewhere(op, match.offset)) {
             copied = history.copyFromElsewhere(op, match.offset, length);
         }
-        copyMatchExact(op + copied, match.offset, length - copied);
+        if (room - copied >= kMatchOverwrite + length) {
+            copyMatchFast(op + copied, match.offset, length - copied);
+        } else {
+            copyMatchExact(op + copied, match.offset, length - copied);
+        }
         op += length;
         if (match.length > room) return {StatusDestinationFull, ip, op};
         match.length = 0;
     }
+}
+
+// Returns its argument, and hides from the compiler that it does.
+template <class T>
+[[gnu::always_inline]] inline T opaque(T value) noexcept {
+    __asm__("" : "+r"(value));
+    return value;
 }
 
 template <int64_t sourceMargin, class History>
@@ -187,67 +223,73 @@ Outcome decode(const Source src, const Destination dst, const History history) n
     const uint8_t* const ipFast = src.end - sourceMargin;
     uint8_t* const opFast = dst.end - kDestinationMargin;
 
-    while (ip < ipFast && op < opFast) {
-        const uint8_t* const sequence = ip;
-        const unsigned token = *ip++;
+    unsigned token = *ip;
+    do {
         uint64_t literals = token >> 4;
-        Match match;
-        copyBlock<kShortLiterals>(op, ip);
+        unsigned nextToken;
+        copyBlock<kShortLiterals>(op, ip + 1);
         if (literals != kNibbleMax) [[likely]] {
-            ip += literals;
+            // The way from one token to the next bounds the speed of this loop. It is kept to a load and a shift: the
+            // next token is loaded here, at an address formed from the literal count itself and not from the advanced
+            // cursor, and without a displacement, which costs a cycle. The compiler would rather compute the sum once;
+            // it must not see that the two are equal. Behind a long match the token is another one and is loaded again.
+            const uint8_t* const next = opaque(ip + 3);
+            nextToken = next[opaque(literals)];
+            ip = next + literals;
             op += literals;
-            match.offset = load16(ip);
-            ip += 2;
-            if (!history.reaches(op, match.offset)) [[unlikely]] return {StatusError, ip, op};
-            match.length = (token & kNibbleMax) + kMinMatch;
-            if (match.length < kNibbleMax + kMinMatch) [[likely]] {
-                // A short match ends inside the destination whatever it is, and needs no check.
-                if (!history.startsElsewhere(op, match.offset)) [[likely]] {
-                    if (match.offset >= kWideOffset) [[likely]] {
-                        copyBlock<16>(op, op - match.offset);
-                        copyBlock<2>(op + 16, op + 16 - match.offset);
-                    } else {
-                        copyShortPattern(op, match.offset);
-                    }
-                    op += match.length;
-                    continue;
-                }
+        } else {
+            const uint8_t* const sequence = ip++;
+            if (!readExtension(ip, src.end, literals)) [[unlikely]]
+                return {StatusSourceExhausted, ip, op};
+            const auto count = static_cast<int64_t>(literals);
+            if (count < opFast - op && count < ipFast - ip) [[likely]] {
+                copyLongLiterals(op, ip, literals);
+            } else if (literals <= kMediumLiterals && count <= src.end - ip) {
+                // Runs up to this length need no room behind them.
+                std::memcpy(op, ip, literals);
             } else {
-                uint64_t length = kNibbleMax;
-                if (!readExtension(ip, src.end, length)) [[unlikely]] return {StatusSourceExhausted, ip, op};
-                if (length > std::numeric_limits<int32_t>::max()) [[unlikely]] return {StatusSizeError, ip, op};
-                match.length = length + kMinMatch;
+                return decodeCarefully(src, dst, history, sequence, op, Match{});
+            }
+            op += literals;
+            ip += literals;
+            if (src.end - ip < kOffsetAndToken) [[unlikely]] {
+                // The careful loop takes over behind this match in any case, and copies it, too.
+                if (ip == src.end) return {StatusOk, ip, op};
+                Match match;
+                const Status s = readMatch(src, history, ip, op, token & kNibbleMax, match);
+                return s == StatusOk ? decodeCarefully(src, dst, history, ip, op, match) : Outcome{s, ip, op};
+            }
+            ip += 2;
+            nextToken = *ip;
+        }
+
+        Match match{load16(ip - 2), (token & kNibbleMax) + kMinMatch};
+        if (!history.reaches(op, match.offset)) [[unlikely]]
+            return {StatusError, ip, op};
+        if (match.length < kNibbleMax + kMinMatch) [[likely]] {
+            // A short match ends inside the destination whatever it is, and needs no check.
+            if (!history.startsElsewhere(op, match.offset)) [[likely]] {
+                if (match.offset >= kWideOffset) [[likely]] {
+                    const uint8_t* const from = op - match.offset;
+                    copyBlock<16>(op, from);
+                    copyBlock<kShortMatch - 16>(op + 16, from + 16);
+                } else {
+                    copyShortPattern(op, match.offset);
+                }
+                op += match.length;
+                token = nextToken;
+                continue;
             }
         } else {
-            if (!readExtension(ip, src.end, literals)) [[unlikely]] return {StatusSourceExhausted, ip, op};
-            if (literals <= kMediumLiterals) {
-                if (sourceMargin >= kSourceMargin || src.end - ip >= kMediumLiterals) [[likely]] {
-                    copyBlock<kMediumLiterals>(op, ip);
-                } else if (literals == kMediumLiterals) {
-                    return decodeCarefully(src, dst, history, sequence, op, Match{});
-                } else {
-                    std::memcpy(op, ip, literals);
-                }
-                op += literals;
-                ip += literals;
-                if (ip == src.end) return {StatusOk, ip, op};
-            } else {
-                if (static_cast<int64_t>(literals) >= opFast - op || static_cast<int64_t>(literals) >= ipFast - ip) {
-                    return decodeCarefully(src, dst, history, sequence, op, Match{});
-                }
-                uint8_t* const literalsEnd = op + literals;
-                const uint8_t* from = ip;
-                do {
-                    copyBlock<kMediumLiterals>(op, from);
-                    op += kMediumLiterals;
-                    from += kMediumLiterals;
-                } while (op < literalsEnd);
-                op = literalsEnd;
-                ip += literals;
-            }
-            if (const Status s = readMatch(src, history, ip, op, token & kNibbleMax, match)) [[unlikely]] {
-                return {s, ip, op};
-            }
+            uint64_t length = kNibbleMax;
+            if (!readExtension(ip, src.end, length)) [[unlikely]]
+                return {StatusSourceExhausted, ip, op};
+            if (length > std::numeric_limits<int32_t>::max()) [[unlikely]]
+                return {StatusSizeError, ip, op};
+            match.length = length + kMinMatch;
+            if (ip >= ipFast) [[unlikely]]
+                return decodeCarefully(src, dst, history, ip, op, match);
+            nextToken = *ip;
         }
         if (static_cast<int64_t>(match.length) >= opFast - op) [[unlikely]] {
             return decodeCarefully(src, dst, history, ip, op, match);
@@ -258,7 +300,8 @@ Outcome decode(const Source src, const Destination dst, const History history) n
         }
         if (copied < match.length) copyMatchFast(op + copied, match.offset, match.length - copied);
         op += match.length;
-    }
+        token = nextToken;
+    } while (ip < ipFast && op < opFast);
     return decodeCarefully(src, dst, history, ip, op, Match{});
 }
 

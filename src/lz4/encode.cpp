@@ -1,10 +1,10 @@
 // Encodes LZ4 blocks with a hash table.
 //
-// A block is a chain of: search for the next match, extend it forwards, write the literals before it and the match itself.
-// One statement of that chain serves all encoders: the search (its table and its order of probes) and the writer (with or
-// without bounds) are its parameters. Matches are never extended backwards. The first match of a block may reach closer to
-// the end of the source than the later ones; both limits leave at least five literals at the end, and none of the margins
-// lets an 8- or 16-byte unit pass the end.
+// A block is a chain of: search for the next match, extend it forwards, write the literals before it and the match
+// itself. One statement of that chain serves all encoders: the search (its table and its order of probes) and the
+// writer (with or without bounds) are its parameters. Matches are never extended backwards. The first match of a block
+// may reach closer to the end of the source than the later ones; both limits leave at least five literals at the end,
+// and none of the margins lets an 8- or 16-byte unit pass the end.
 
 #include <cstdint>
 
@@ -48,8 +48,7 @@ template <class Search, class Writer>
             hit = search.next(anchor, static_cast<int64_t>(literals));
         }
     }
-    return anchor - src.begin +
-           static_cast<int64_t>(writer.finish(anchor, static_cast<uint64_t>(src.end() - anchor)));
+    return anchor - src.begin + static_cast<int64_t>(writer.finish(anchor, static_cast<uint64_t>(src.end() - anchor)));
 }
 
 template <class Table>

@@ -1,9 +1,9 @@
 // The LZ4 block format: constants shared by the decoder and the encoders.
 //
-// A block is a series of sequences: a token byte, literals, and a match. The token's high nibble is the number of literals,
-// its low nibble the match length less 4; a nibble of 15 is followed by extension bytes that are added to it, each 255
-// meaning that another byte follows. The order within a sequence is token, extension of the literal count, literals, 16-bit
-// little-endian offset, extension of the match length. The last sequence ends after its literals.
+// A block is a series of sequences: a token byte, literals, and a match. The token's high nibble is the number of
+// literals, its low nibble the match length less 4; a nibble of 15 is followed by extension bytes that are added to it,
+// each 255 meaning that another byte follows. The order within a sequence is token, extension of the literal count,
+// literals, 16-bit little-endian offset, extension of the match length. The last sequence ends after its literals.
 #pragma once
 
 #include <cstdint>

@@ -1,11 +1,12 @@
 // The match search of the LZ4 hash-table encoders.
 //
-// A table maps the hash of the five bytes at a position to the last position hashed into that slot. To probe a position is
-// to read its slot, enter the position there, and compare four bytes with the position read. The order of the probes, that
-// is, which positions are tried and entered and with what steps, is fixed: it decides the encoder's output bit for bit.
+// A table maps the hash of the five bytes at a position to the last position hashed into that slot. To probe a position
+// is to read its slot, enter the position there, and compare four bytes with the position read. The order of the
+// probes, that is, which positions are tried and entered and with what steps, is fixed: it decides the encoder's output
+// bit for bit.
 //
-// Two orders exist. `SteppedSearch` tries positions one by one for a while after the start and after each match, then with
-// steps that grow while nothing is found. `AcceleratedSearch` starts with large steps at once.
+// Two orders exist. `SteppedSearch` tries positions one by one for a while after the start and after each match, then
+// with steps that grow while nothing is found. `AcceleratedSearch` starts with large steps at once.
 #pragma once
 
 #include <algorithm>
@@ -74,7 +75,8 @@ struct Prober {
     [[gnu::always_inline]] bool probe(const uint8_t* p, Hit& hit) const noexcept {
         const int64_t position = p - base;
         const int64_t candidate = table.exchange(hashFive(p), position);
-        if (load32(base + candidate) != load32(p)) [[likely]] return false;
+        if (load32(base + candidate) != load32(p)) [[likely]]
+            return false;
         if (!Table::kOffsetsAlwaysFit && candidate + int64_t{kMaxOffset} < position) return false;
         hit = {p, base + candidate};
         return true;
@@ -84,7 +86,8 @@ struct Prober {
 // Position by position first, then with growing steps.
 template <class Table>
 struct SteppedSearch : Prober<Table> {
-    // From the start of a block: this many single steps, then a counter that starts here and gives the step when shifted.
+    // From the start of a block: this many single steps, then a counter that starts here and gives the step when
+    // shifted.
     static constexpr int64_t kFirstSingles = Table::kOffsetsAlwaysFit ? 16 : 63;
     static constexpr int64_t kFirstCounter = Table::kOffsetsAlwaysFit ? 16 : 64;
     static constexpr int kFirstShift = Table::kOffsetsAlwaysFit ? 4 : 6;

@@ -1,9 +1,10 @@
 // Writes the sequences of an LZ4 block.
 //
-// Two writers exist. `UncheckedWriter` relies on the caller's promise of room for the worst case, n + n / 255 + 16 bytes,
-// and copies literals in whole units past their end. That stays inside: a sequence is never longer than the source bytes it
-// stands for plus one byte for each 255 literals, and at least `kSearchMargin` further source bytes follow every sequence.
-// `BoundedWriter` writes nothing past the capacity, and stops, or shortens a match, when a sequence would not fit.
+// Two writers exist. `UncheckedWriter` relies on the caller's promise of room for the worst case, n + n / 255 + 16
+// bytes, and copies literals in whole units past their end. That stays inside: a sequence is never longer than the
+// source bytes it stands for plus one byte for each 255 literals, and at least `kSearchMargin` further source bytes
+// follow every sequence. `BoundedWriter` writes nothing past the capacity, and stops, or shortens a match, when a
+// sequence would not fit.
 #pragma once
 
 #include <algorithm>
@@ -49,12 +50,14 @@ struct UncheckedWriter {
     uint8_t* op;
 
     // Writes one sequence; the match may not be shortened here, and always fits.
-    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t& length) noexcept {
+    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset,
+                                    uint64_t& length) noexcept {
         constexpr int64_t kUnit = 16;
         static_assert(kUnit <= kSearchMargin);  // reads past the literals stay inside the source
         uint8_t* const token = op++;
         const uint64_t code = length - kMinMatch;
-        if (count >= kNibbleMax) [[unlikely]] writelen(&op, count - kNibbleMax);
+        if (count >= kNibbleMax) [[unlikely]]
+            writelen(&op, count - kNibbleMax);
         copyBlock<kUnit>(op, literals);
         for (uint64_t done = kUnit; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
         op += count;
@@ -79,12 +82,13 @@ struct BoundedWriter {
     uint8_t* op;
     uint8_t* end;
 
-    // Writes one sequence, with a shorter match if its whole length does not fit. False if not even that does: nothing has
-    // been written then.
-    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t& length) noexcept {
+    // Writes one sequence, with a shorter match if its whole length does not fit. False if not even that does: nothing
+    // has been written then.
+    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset,
+                                    uint64_t& length) noexcept {
         int64_t room = end - op - kReserve;
-        // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes into
-        // the reserve.
+        // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes
+        // into the reserve.
         if (static_cast<int64_t>(1 + count + count / kExtensionMax) > room) return false;
         const uint64_t literalsLength = extensionLength(count) + count;
         room -= static_cast<int64_t>(1 + literalsLength + 2);
@@ -96,7 +100,8 @@ struct BoundedWriter {
         const uint64_t code = length - kMinMatch;
         *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(code));
         if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
-        // room + kReserve + 2 bytes lie between the literals' end and the end of the destination, and room is at least -1.
+        // room + kReserve + 2 bytes lie between the literals' end and the end of the destination, and room is at least
+        // -1.
         static_assert(kReserve + 2 - 1 >= 8);
         const uint8_t* const literalsEnd = literals + count;
         while (literals + 16 <= literalsEnd) {

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "support/guarded_buffer.h"
+#include "support/oracles.h"
 #include "support/random.h"
+#include "support/sample_data.h"
 
 namespace ozrdc::test {
 namespace {
@@ -80,6 +82,36 @@ TEST(Random, StaysInItsBounds) {
         EXPECT_LE(-3, n);
         EXPECT_LE(n, 3);
     }
+}
+
+TEST(SampleData, ShorterSampleBeginsALongerOne) {
+    for (const SampleKind& kind : sampleKinds()) {
+        SCOPED_TRACE(kind.name);
+        const std::vector<uint8_t> longer = kind.make(20000, 3);
+        ASSERT_EQ(longer.size(), 20000U);
+        for (const std::size_t size : {0U, 1U, 777U, 19999U}) {
+            const std::vector<uint8_t> shorter = kind.make(size, 3);
+            EXPECT_EQ(shorter, std::vector<uint8_t>(longer.begin(), longer.begin() + static_cast<long>(size)));
+        }
+    }
+}
+
+TEST(SampleData, KindsRangeFromConstantToIncompressible) {
+    const auto packedSize = [](const char* kind) {
+        return oracle::lz4Compress(sampleKind(kind).make(60000, 1)).size();
+    };
+    EXPECT_LT(packedSize("zeros"), 300U);
+    EXPECT_LT(packedSize("period 300"), 1000U);
+    EXPECT_LT(packedSize("text"), 40000U);
+    EXPECT_GT(packedSize("text"), 10000U);
+    EXPECT_LT(packedSize("rare matches"), 60000U);
+    EXPECT_GT(packedSize("rare matches"), 50000U);
+    EXPECT_GT(packedSize("random"), 60000U);
+}
+
+TEST(SampleData, PeriodicSampleRepeatsWithItsPeriod) {
+    const std::vector<uint8_t> sample = periodicSample(1000, 37, 1);
+    for (std::size_t i = 37; i < sample.size(); ++i) ASSERT_EQ(sample[i], sample[i - 37]);
 }
 
 }  // namespace

@@ -1,0 +1,44 @@
+// The list of formats.
+#include "formats/registry.h"
+
+#include "formats/lz4/format.h"
+
+namespace ozrz {
+
+Registry::Registry() { formats_.push_back(makeLz4Format()); }
+
+const Format* Registry::byName(std::string_view name) const {
+    for (const auto& format : formats_) {
+        if (format->description().name == name) return format.get();
+    }
+    return nullptr;
+}
+
+const Format* Registry::byMagic(Bytes head) const {
+    for (const auto& format : formats_) {
+        if (format->recognizes(head)) return format.get();
+    }
+    return nullptr;
+}
+
+Registry::Match Registry::bySuffix(std::string_view fileName) const {
+    for (const auto& format : formats_) {
+        for (const std::string_view suffix : format->description().suffixes) {
+            // A name that is all suffix, such as ".lz4", is a hidden file and has none.
+            const std::size_t base = fileName.rfind('/') + 1;
+            if (fileName.size() > base + suffix.size() && fileName.ends_with(suffix)) return {format.get(), suffix};
+        }
+    }
+    return {};
+}
+
+std::string Registry::names() const {
+    std::string all;
+    for (const auto& format : formats_) {
+        if (!all.empty()) all += ", ";
+        all += format->description().name;
+    }
+    return all;
+}
+
+}  // namespace ozrz

@@ -1,0 +1,15 @@
+// The text of --help, made from the options themselves, for a terminal of 80 columns.
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace ozrz {
+
+// `usage` lines go in front, the app's description follows, then its options group by group.
+std::string helpText(const CLI::App& app, const std::string& usage);
+
+}  // namespace ozrz

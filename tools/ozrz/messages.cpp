@@ -1,0 +1,27 @@
+// Messages on standard error.
+#include "messages.h"
+
+#include <cstdio>
+#include <string>
+
+namespace ozrz {
+
+void Messages::show(std::string_view prefix, std::string_view text) {
+    if (beforeWriting_) beforeWriting_();
+    const std::string all = std::string(prefix) + std::string(text) + "\n";
+    std::fputs(all.c_str(), stderr);  // one call: lines of processes that share the terminal stay whole
+}
+
+void Messages::error(std::string_view text) {
+    exitCode_ = ExitCode::error;
+    show("ozrz: ", text);
+}
+
+void Messages::warning(std::string_view text) {
+    if (exitCode_ == ExitCode::success) exitCode_ = ExitCode::warning;
+    if (!quiet()) show("ozrz: ", text);
+}
+
+void Messages::line(std::string_view text) { show("", text); }
+
+}  // namespace ozrz

@@ -48,12 +48,12 @@ template <>
 struct BlockArithmetic<BitOrder::LeastFirst> {
     static constexpr uint32_t kPolynomial = kPolynomialCrc32;
 
-    static constexpr int64_t constant(uint64_t exponent) {
+    static consteval int64_t constant(uint64_t exponent) {
         return static_cast<int64_t>(reflect(powerOfX(exponent - 1, kPolynomial), 64));
     }
     // Factors of the low and the high half that move a block over `distance` bits.
-    static constexpr int64_t lowFactor(uint64_t distance) { return constant(distance + 64); }
-    static constexpr int64_t highFactor(uint64_t distance) { return constant(distance); }
+    static consteval int64_t lowFactor(uint64_t distance) { return constant(distance + 64); }
+    static consteval int64_t highFactor(uint64_t distance) { return constant(distance); }
 
     [[gnu::always_inline]] static inline __m128i toRegister(__m128i block) noexcept { return block; }
 
@@ -92,11 +92,11 @@ template <>
 struct BlockArithmetic<BitOrder::MostFirst> {
     static constexpr uint32_t kPolynomial = kPolynomialCrc32;
 
-    static constexpr int64_t constant(uint64_t exponent) {
+    static consteval int64_t constant(uint64_t exponent) {
         return static_cast<int64_t>(powerOfX(exponent, kPolynomial));
     }
-    static constexpr int64_t lowFactor(uint64_t distance) { return constant(distance); }
-    static constexpr int64_t highFactor(uint64_t distance) { return constant(distance + 64); }
+    static consteval int64_t lowFactor(uint64_t distance) { return constant(distance); }
+    static consteval int64_t highFactor(uint64_t distance) { return constant(distance + 64); }
 
     [[gnu::always_inline]] static inline __m128i toRegister(__m128i block) noexcept {
         return _mm_shuffle_epi8(block, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));

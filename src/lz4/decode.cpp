@@ -21,6 +21,7 @@
 #include "core/arguments.h"
 #include "core/entry_points.h"
 #include "core/match_copy.h"
+#include "core/opaque.h"
 #include "core/unaligned.h"
 #include "lz4/format.h"
 
@@ -204,13 +205,6 @@ template <class History>
         if (match.length > room) return {StatusDestinationFull, ip, op};
         match.length = 0;
     }
-}
-
-// Returns its argument, and hides from the compiler that it does.
-template <class T>
-[[gnu::always_inline]] inline T opaque(T value) noexcept {
-    __asm__("" : "+r"(value));
-    return value;
 }
 
 template <int64_t sourceMargin, class History>

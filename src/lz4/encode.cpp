@@ -30,44 +30,53 @@ struct Source {
     [[nodiscard]] const uint8_t* end() const noexcept { return begin + length; }
 };
 
-// Encodes a block; returns the number of source bytes that the writer took.
+// A block that was written: the source bytes it stands for, and where it ends.
+struct Block {
+    int64_t consumed;
+    uint8_t* end;
+};
+
+// The writer is a copy, so that its cursor can stay in a register.
 template <class Search, class Writer>
-[[gnu::always_inline]] inline int64_t encode(const Source src, const Search search, Writer& writer,
-                                             int64_t nextMatchMargin) noexcept {
+[[gnu::always_inline]] inline Block encode(const Source src, const Search search, Writer writer,
+                                           int64_t nextMatchMargin) noexcept {
     const uint8_t* anchor = src.begin;
+    // A source of one byte more than the margin has no position to probe: searches start at position 1.
     if (src.length > kSearchMargin + 1) {
         const uint8_t* matchLimit = src.end() - kFirstMatchMargin;
         for (Hit hit = search.first(src.begin); hit.at != nullptr;) {
-            const auto literals = static_cast<uint64_t>(hit.at - anchor);
+            const int64_t literals = hit.at - anchor;
             const uint8_t* const compared = hit.at + kMinMatch;
-            auto length = static_cast<uint64_t>(
-                kMinMatch + getboundlong(compared, hit.candidate + kMinMatch, matchLimit - compared));
-            if (!writer.put(anchor, literals, static_cast<uint64_t>(hit.at - hit.candidate), length)) break;
-            anchor = hit.at + length;
+            int64_t extra = getboundlong(compared, src.begin + kMinMatch + hit.candidate, matchLimit - compared);
+            const auto offset = static_cast<uint64_t>(hit.at - src.begin - hit.candidate);
+            if (!writer.put(anchor, static_cast<uint64_t>(literals), offset, extra)) break;
+            anchor = compared + extra;
             matchLimit = src.end() - nextMatchMargin;
-            hit = search.next(anchor, static_cast<int64_t>(literals));
+            hit = search.next(anchor, literals);
         }
     }
-    return anchor - src.begin + static_cast<int64_t>(writer.finish(anchor, static_cast<uint64_t>(src.end() - anchor)));
+    const uint64_t last = writer.finish(anchor, static_cast<uint64_t>(src.end() - anchor));
+    return {anchor - src.begin + static_cast<int64_t>(last), writer.op};
 }
 
 template <class Table>
 [[gnu::always_inline]] inline Prober<Table> prober(const Source src, uint8_t* pHashTable) noexcept {
-    // A source too short to be searched never uses the limit.
-    return {Table{pHashTable}, src.begin, src.length > kSearchMargin ? src.end() - kSearchMargin : src.begin};
+    return {Table{pHashTable}, src.begin, src.end() - kSearchMargin};
 }
 
+// The instances for the two tables are functions of their own: in one function they would compete for registers.
 template <class Table, class Writer>
-int64_t encodeStepped(const Source src, uint8_t* pHashTable, Writer& writer) noexcept {
+[[gnu::noinline]] Block encodeStepped(const Source src, uint8_t* pHashTable, Writer writer) noexcept {
     return encode(src, SteppedSearch<Table>{prober<Table>(src, pHashTable)}, writer, kNextMatchMargin);
 }
 
-// With narrow positions every match may reach as far as the first.
 template <class Table>
-void encodeAccelerated(const Source src, uint8_t* pHashTable, UncheckedWriter& writer, int64_t acceleration) noexcept {
+[[gnu::noinline]] Block encodeAccelerated(const Source src, uint8_t* pHashTable, UncheckedWriter writer,
+                                          int64_t acceleration) noexcept {
     Table{pHashTable}.clear();
-    encode(src, AcceleratedSearch<Table>{prober<Table>(src, pHashTable), acceleration}, writer,
-           Table::kOffsetsAlwaysFit ? kFirstMatchMargin : kNextMatchMargin);
+    // With narrow positions every match may reach as far as the first.
+    constexpr int64_t margin = Table::kOffsetsAlwaysFit ? kFirstMatchMargin : kNextMatchMargin;
+    return encode(src, AcceleratedSearch<Table>{prober<Table>(src, pHashTable), acceleration}, writer, margin);
 }
 
 // Clears the part of the table that a source of this length uses.
@@ -101,13 +110,10 @@ Status y8_ozrsEncodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, i
     if (anyNull(pSrc, pDst, pDstLen)) return StatusNullPointer;
     if (srcLen < 1) return StatusSizeError;
     const Source src{pSrc, srcLen};
-    UncheckedWriter writer{pDst};
-    if (srcLen < kShortSource) {
-        encodeStepped<NarrowTable>(src, pHashTable, writer);
-    } else {
-        encodeStepped<WideTable>(src, pHashTable, writer);
-    }
-    *pDstLen = static_cast<int32_t>(writer.op - pDst);
+    const UncheckedWriter writer{pDst};
+    const Block block = srcLen < kShortSource ? encodeStepped<NarrowTable>(src, pHashTable, writer)
+                                              : encodeStepped<WideTable>(src, pHashTable, writer);
+    *pDstLen = static_cast<int32_t>(block.end - pDst);
     return StatusOk;
 }
 
@@ -118,12 +124,12 @@ Status y8_ozrsEncodeLZ4Safe_8u(const uint8_t* pSrc, int32_t* pSrcLen, uint8_t* p
     if (anyNull(pSrc, pDst, pDstLen)) return StatusNullPointer;
     if (*pSrcLen < 1 || *pDstLen < 1) return StatusSizeError;
     const Source src{pSrc, *pSrcLen};
-    BoundedWriter writer{pDst, pDst + *pDstLen};
-    const int64_t consumed = src.length < kShortSource ? encodeStepped<NarrowTable>(src, pHashTable, writer)
-                                                       : encodeStepped<WideTable>(src, pHashTable, writer);
-    *pSrcLen = static_cast<int32_t>(consumed);
-    *pDstLen = static_cast<int32_t>(writer.op - pDst);
-    return consumed == src.length ? StatusOk : StatusDestinationFull;
+    const BoundedWriter writer{pDst, pDst + *pDstLen};
+    const Block block = src.length < kShortSource ? encodeStepped<NarrowTable>(src, pHashTable, writer)
+                                                  : encodeStepped<WideTable>(src, pHashTable, writer);
+    *pSrcLen = static_cast<int32_t>(block.consumed);
+    *pDstLen = static_cast<int32_t>(block.end - pDst);
+    return block.consumed == src.length ? StatusOk : StatusDestinationFull;
 }
 
 Status y8_ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen,
@@ -133,12 +139,10 @@ Status y8_ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDs
     if (srcLen < 1) return StatusSizeError;
     if (acceleration < 1) return StatusBadFactor;
     const Source src{pSrc, srcLen};
-    UncheckedWriter writer{pDst};
-    if (srcLen < kShortSource) {
-        encodeAccelerated<LargeNarrowTable>(src, pHashTable, writer, acceleration);
-    } else {
-        encodeAccelerated<WideTable>(src, pHashTable, writer, acceleration);
-    }
-    *pDstLen = static_cast<int32_t>(writer.op - pDst);
+    const UncheckedWriter writer{pDst};
+    const Block block = srcLen < kShortSource
+                            ? encodeAccelerated<LargeNarrowTable>(src, pHashTable, writer, acceleration)
+                            : encodeAccelerated<WideTable>(src, pHashTable, writer, acceleration);
+    *pDstLen = static_cast<int32_t>(block.end - pDst);
     return StatusOk;
 }

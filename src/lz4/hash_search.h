@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "core/crc_hash.h"
+#include "core/opaque.h"
 #include "core/unaligned.h"
 #include "lz4/format.h"
 
@@ -47,9 +48,11 @@ struct HashTable {
 
     // Reads the slot of a hash and enters a position there.
     [[gnu::always_inline]] int64_t exchange(uint32_t hash, int64_t position) const noexcept {
-        uint8_t* const slot = slots + (hash & kMask) * sizeof(Position);
-        const int64_t previous = load<Position>(slot);
-        store(slot, static_cast<Position>(position));
+        const uint64_t slot = hash & kMask;
+        const int64_t previous = load<Position>(slots + slot * sizeof(Position));
+        // The load is on the way from one match to the next. If the compiler saw that the store goes to the same
+        // address, it would compute the address first, and the load would wait for that.
+        store(slots + opaque(slot) * sizeof(Position), static_cast<Position>(position));
         return previous;
     }
 };
@@ -61,7 +64,7 @@ using WideTable = HashTable<int32_t, 12>;
 // Two equal groups of four bytes. None was found if `at` is null.
 struct Hit {
     const uint8_t* at = nullptr;
-    const uint8_t* candidate = nullptr;
+    int64_t candidate = 0;  // the position of the earlier group
 };
 
 // What the orders of probing share.
@@ -78,7 +81,7 @@ struct Prober {
         if (load32(base + candidate) != load32(p)) [[likely]]
             return false;
         if (!Table::kOffsetsAlwaysFit && candidate + int64_t{kMaxOffset} < position) return false;
-        hit = {p, base + candidate};
+        hit = {p, candidate};
         return true;
     }
 };

@@ -50,21 +50,27 @@ struct UncheckedWriter {
     uint8_t* op;
 
     // Writes one sequence; the match may not be shortened here, and always fits.
-    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset,
-                                    uint64_t& length) noexcept {
+    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, int64_t& extra) noexcept {
         constexpr int64_t kUnit = 16;
         static_assert(kUnit <= kSearchMargin);  // reads past the literals stay inside the source
+        const auto code = static_cast<uint64_t>(extra);
         uint8_t* const token = op++;
-        const uint64_t code = length - kMinMatch;
-        if (count >= kNibbleMax) [[unlikely]]
+        uint64_t nibbles = count << 4;
+        if (count >= kNibbleMax) [[unlikely]] {
+            nibbles = kNibbleMax << 4;
             writelen(&op, count - kNibbleMax);
+        }
         copyBlock<kUnit>(op, literals);
         for (uint64_t done = kUnit; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
         op += count;
         store16(op, static_cast<uint16_t>(offset));
         op += 2;
-        *token = static_cast<uint8_t>(nibble(count) << 4 | nibble(code));
-        if (code >= kNibbleMax) writelen(&op, code - kNibbleMax);
+        if (code >= kNibbleMax) {
+            *token = static_cast<uint8_t>(nibbles | kNibbleMax);
+            writelen(&op, code - kNibbleMax);
+        } else {
+            *token = static_cast<uint8_t>(nibbles | code);
+        }
         return true;
     }
 
@@ -84,20 +90,19 @@ struct BoundedWriter {
 
     // Writes one sequence, with a shorter match if its whole length does not fit. False if not even that does: nothing
     // has been written then.
-    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset,
-                                    uint64_t& length) noexcept {
+    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, int64_t& extra) noexcept {
         int64_t room = end - op - kReserve;
         // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes
         // into the reserve.
         if (static_cast<int64_t>(1 + count + count / kExtensionMax) > room) return false;
         const uint64_t literalsLength = extensionLength(count) + count;
         room -= static_cast<int64_t>(1 + literalsLength + 2);
-        if (static_cast<int64_t>(extensionLength(length - kMinMatch)) > room) {
+        if (static_cast<int64_t>(extensionLength(static_cast<uint64_t>(extra))) > room) {
             if (room < -1) return false;
             // The longest match whose extension ends two bytes into the reserve.
-            length = std::min(length, static_cast<uint64_t>(kExtensionMax * room + 524) + kMinMatch);
+            extra = std::min(extra, kExtensionMax * room + 524);
         }
-        const uint64_t code = length - kMinMatch;
+        const auto code = static_cast<uint64_t>(extra);
         *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(code));
         if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
         // room + kReserve + 2 bytes lie between the literals' end and the end of the destination, and room is at least

@@ -23,112 +23,17 @@
 #pragma once
 
 #include <smmintrin.h>
-#include <wmmintrin.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
+#include "checksum/block_arithmetic.h"
 #include "checksum/polynomial.h"
-#include "checksum/slicing.h"
 #include "core/unaligned.h"
 
-#define OZRDC_FOLDING [[gnu::target("pclmul"), gnu::always_inline]] static inline
-
 namespace ozrdc {
-
-// How the blocks of a message stand in registers, and the products that follow from it.
-template <BitOrder order>
-struct BlockArithmetic;
-
-// Least significant bit first: bit i of a register is the coefficient of x^(127 - i), so the low half comes first in
-// the message. The product of two halves comes out one bit low in this order, so each constant has one power of x less.
-template <>
-struct BlockArithmetic<BitOrder::LeastFirst> {
-    static constexpr uint32_t kPolynomial = kPolynomialCrc32;
-
-    static consteval int64_t constant(uint64_t exponent) {
-        return static_cast<int64_t>(reflect(powerOfX(exponent - 1, kPolynomial), 64));
-    }
-    // Factors of the low and the high half that move a block over `distance` bits.
-    static consteval int64_t lowFactor(uint64_t distance) { return constant(distance + 64); }
-    static consteval int64_t highFactor(uint64_t distance) { return constant(distance); }
-
-    [[gnu::always_inline]] static inline __m128i toRegister(__m128i block) noexcept { return block; }
-
-    // The register of the CRC as it is XORed into the first block of the message.
-    [[gnu::always_inline]] static inline __m128i fromCrc(uint32_t crc) noexcept {
-        return _mm_cvtsi32_si128(static_cast<int>(crc));
-    }
-
-    // Moves bytes towards the start or the end of the message, dropping what leaves and filling up with zeros.
-    [[gnu::always_inline]] static inline __m128i shuffleForward(const uint8_t* window, size_t n) noexcept {
-        return load128(window - n);
-    }
-    [[gnu::always_inline]] static inline __m128i shuffleBackward(const uint8_t* window, size_t n) noexcept {
-        return load128(window + n);
-    }
-
-    // block * x^32 mod P.
-    OZRDC_FOLDING uint32_t reduce(__m128i block) noexcept {
-        // 128 bits to 96: the first half * x^96, and the second half * x^32.
-        constexpr int64_t kFirstHalf = constant(96);
-        // The quotient of 64 bits by P, with x^95 / P, and back: 33 bits, the leading coefficient in bit 0.
-        constexpr auto kQuotient = static_cast<int64_t>(reflect(quotientOfX(95, kPolynomial), 64));
-        constexpr auto kGenerator = static_cast<int64_t>(reflect((uint64_t{1} << 32) | kPolynomial, 33));
-
-        const __m128i secondHalf = _mm_slli_si128(_mm_srli_si128(block, 8), 4);
-        const __m128i rest = _mm_srli_si128(
-            _mm_xor_si128(_mm_clmulepi64_si128(block, _mm_cvtsi64_si128(kFirstHalf), 0x00), secondHalf), 4);
-        const __m128i quotient = _mm_clmulepi64_si128(rest, _mm_cvtsi64_si128(kQuotient), 0x00);
-        const __m128i product = _mm_clmulepi64_si128(quotient, _mm_cvtsi64_si128(kGenerator), 0x00);
-        return static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(rest, product), 2));
-    }
-};
-
-// Most significant bit first: with the bytes of a block reversed, bit i of a register is the coefficient of x^i.
-template <>
-struct BlockArithmetic<BitOrder::MostFirst> {
-    static constexpr uint32_t kPolynomial = kPolynomialCrc32;
-
-    static consteval int64_t constant(uint64_t exponent) {
-        return static_cast<int64_t>(powerOfX(exponent, kPolynomial));
-    }
-    static consteval int64_t lowFactor(uint64_t distance) { return constant(distance); }
-    static consteval int64_t highFactor(uint64_t distance) { return constant(distance + 64); }
-
-    [[gnu::always_inline]] static inline __m128i toRegister(__m128i block) noexcept {
-        return _mm_shuffle_epi8(block, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
-    }
-
-    [[gnu::always_inline]] static inline __m128i fromCrc(uint32_t crc) noexcept {
-        return _mm_slli_si128(_mm_cvtsi32_si128(static_cast<int>(crc)), 12);
-    }
-
-    [[gnu::always_inline]] static inline __m128i shuffleForward(const uint8_t* window, size_t n) noexcept {
-        return load128(window + n);
-    }
-    [[gnu::always_inline]] static inline __m128i shuffleBackward(const uint8_t* window, size_t n) noexcept {
-        return load128(window - n);
-    }
-
-    OZRDC_FOLDING uint32_t reduce(__m128i block) noexcept {
-        constexpr int64_t kFirstHalf = constant(96);
-        // x^96 / P has 65 bits: the leading one is multiplied by hand.
-        constexpr auto kQuotient = static_cast<int64_t>(quotientOfX(96, kPolynomial));
-        constexpr auto kGenerator = static_cast<int64_t>((uint64_t{1} << 32) | kPolynomial);
-
-        const __m128i secondHalf = _mm_srli_si128(_mm_slli_si128(block, 8), 4);
-        const __m128i rest =
-            _mm_xor_si128(_mm_clmulepi64_si128(block, _mm_cvtsi64_si128(kFirstHalf), 0x01), secondHalf);
-        const __m128i leading = _mm_srli_si128(rest, 4);
-        const __m128i quotient = _mm_xor_si128(
-            _mm_srli_si128(_mm_clmulepi64_si128(leading, _mm_cvtsi64_si128(kQuotient), 0x00), 8), leading);
-        const __m128i product = _mm_clmulepi64_si128(quotient, _mm_cvtsi64_si128(kGenerator), 0x00);
-        return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_xor_si128(rest, product)));
-    }
-};
 
 // The multiple of the generator that thins messages: a block of 128 bits may be replaced by its copies at these
 // distances, in blocks. Found by search: of the multiples with six terms whose distances are all odd, the one of least
@@ -151,7 +56,7 @@ static_assert(isMultipleOf(kPolynomialCrc32));
 
 template <BitOrder order>
 class Folding {
-    using Arithmetic = BlockArithmetic<order>;
+    using Blocks = BlockFolding<BlockArithmetic<order, kPolynomialCrc32>>;
 
     static constexpr size_t kBlock = 16;
     static constexpr size_t kAccumulators = 8;
@@ -175,27 +80,6 @@ class Folding {
         [[gnu::always_inline]] __m128i& operator[](size_t i) noexcept { return block[i]; }
     };
 
-    // block * x^distance, as a block.
-    template <uint64_t distance>
-    OZRDC_FOLDING __m128i fold(__m128i block) noexcept {
-        const __m128i factors = _mm_set_epi64x(Arithmetic::highFactor(distance), Arithmetic::lowFactor(distance));
-        return _mm_xor_si128(_mm_clmulepi64_si128(block, factors, 0x00), _mm_clmulepi64_si128(block, factors, 0x11));
-    }
-    template <uint64_t distance>
-    OZRDC_FOLDING __m128i foldOnto(__m128i block, __m128i next) noexcept {
-        return _mm_xor_si128(fold<distance>(block), next);
-    }
-
-    [[gnu::always_inline]] static inline __m128i loadBlock(const uint8_t* p) noexcept {
-        return Arithmetic::toRegister(load128(p));
-    }
-
-    // Two and four neighbouring blocks as one.
-    OZRDC_FOLDING __m128i join2(__m128i a, __m128i b) noexcept { return foldOnto<128>(a, b); }
-    OZRDC_FOLDING __m128i join4(__m128i a, __m128i b, __m128i c, __m128i d) noexcept {
-        return join2(foldOnto<256>(a, c), foldOnto<256>(b, d));
-    }
-
     // Takes up the last bytes of a message, fewer than a block: `tail` holds the 16 bytes that end there. Accumulator
     // and new bytes together are 16 + n bytes: the first n are folded onto the other 16.
     OZRDC_FOLDING __m128i foldTail(__m128i accumulator, __m128i tail, size_t n) noexcept {
@@ -205,12 +89,12 @@ class Folding {
             kNone, kNone, kNone, kNone, 0,     1,     2,     3,     4,     5,     6,     7,
             8,     9,     10,    11,    12,    13,    14,    15,    kNone, kNone, kNone, kNone,
             kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone};
-        const __m128i toEnd = Arithmetic::shuffleForward(kWindow.data() + 16, 16 - n);
-        const __m128i toStart = Arithmetic::shuffleBackward(kWindow.data() + 16, n);
+        const __m128i toEnd = Blocks::shuffleForward(kWindow.data() + 16, 16 - n);
+        const __m128i toStart = Blocks::shuffleBackward(kWindow.data() + 16, n);
         const __m128i first = _mm_shuffle_epi8(accumulator, toEnd);
         // Where `toStart` brings zeros, its mask bytes have their top bit set: there the new bytes go.
         const __m128i other = _mm_blendv_epi8(_mm_shuffle_epi8(accumulator, toStart), tail, toStart);
-        return foldOnto<128>(first, other);
+        return Blocks::template foldOnto<128>(first, other);
     }
 
     // The even blocks that one term adds to the odd blocks of a step: where they stand, and how far the next step's
@@ -271,7 +155,7 @@ class Folding {
         __m128i block = load128(p + pair * kPair + kBlock);
 #pragma GCC unroll 8
         for (const Source& source : sources) block = _mm_xor_si128(block, load128(source.at + pair * kPair));
-        return Arithmetic::toRegister(block);
+        return Blocks::toRegister(block);
     }
     [[gnu::always_inline]] static inline void advance(Sources& sources) noexcept {
 #pragma GCC unroll 8
@@ -292,7 +176,7 @@ class Folding {
         Accumulators a;
         for (size_t i = 0; i < kAccumulators / 2; ++i) {
             a[i] = _mm_setzero_si128();
-            a[i + kAccumulators / 2] = foldOnto<128>(accumulators[2 * i], accumulators[2 * i + 1]);
+            a[i + kAccumulators / 2] = Blocks::template foldOnto<128>(accumulators[2 * i], accumulators[2 * i + 1]);
         }
         size_t step = 0;
         while (step < removing) {
@@ -300,7 +184,7 @@ class Folding {
             for (; step < last; ++step, p += kThinStep) {
 #pragma GCC unroll 8
                 for (size_t i = 0; i < kAccumulators; ++i) {
-                    a[i] = foldOnto<kThinStep * 8>(a[i], thinnedBlock(p, sources, i));
+                    a[i] = Blocks::template foldOnto<kThinStep * 8>(a[i], thinnedBlock(p, sources, i));
                 }
                 advance(sources);
             }
@@ -308,7 +192,7 @@ class Folding {
         // And back: the first eight of the last 16 blocks go to the other eight.
         for (size_t i = 0; i < kAccumulators / 2; ++i) {
             accumulators[2 * i] = _mm_setzero_si128();
-            accumulators[2 * i + 1] = foldOnto<kStep * 8>(a[i], a[i + kAccumulators / 2]);
+            accumulators[2 * i + 1] = Blocks::template foldOnto<kStep * 8>(a[i], a[i + kAccumulators / 2]);
         }
         a = accumulators;
         while (step < steps) {
@@ -319,8 +203,9 @@ class Folding {
 #pragma GCC unroll 4
                     for (size_t i = 0; i < kAccumulators / 2; ++i) {
                         const size_t pair = half * (kAccumulators / 2) + i;
-                        a[2 * i] = foldOnto<kStep * 8>(a[2 * i], loadBlock(p + pair * kPair));
-                        a[2 * i + 1] = foldOnto<kStep * 8>(a[2 * i + 1], thinnedBlock(p, sources, pair));
+                        a[2 * i] = Blocks::template foldOnto<kStep * 8>(a[2 * i], Blocks::loadBlock(p + pair * kPair));
+                        a[2 * i + 1] =
+                            Blocks::template foldOnto<kStep * 8>(a[2 * i + 1], thinnedBlock(p, sources, pair));
                     }
                 }
                 advance(sources);
@@ -336,13 +221,13 @@ class Folding {
     [[gnu::target("pclmul"), gnu::always_inline]] static inline uint32_t run(uint32_t crc, const uint8_t* p,
                                                                              size_t len) noexcept {
         const uint8_t* const end = p + len;
-        const __m128i start = _mm_xor_si128(loadBlock(p), Arithmetic::fromCrc(crc));
+        const __m128i start = _mm_xor_si128(Blocks::loadBlock(p), Blocks::fromCrc(crc));
         __m128i x;
         if (len >= kStep) {
             Accumulators a;
             a[0] = start;
 #pragma GCC unroll 8
-            for (size_t i = 1; i < kAccumulators; ++i) a[i] = loadBlock(p + i * kBlock);
+            for (size_t i = 1; i < kAccumulators; ++i) a[i] = Blocks::loadBlock(p + i * kBlock);
             p += kStep;
             len -= kStep;
             if (const size_t steps = len / kThinStep; steps >= kThinLeast) {
@@ -352,16 +237,17 @@ class Folding {
             }
             for (; len >= kStep; len -= kStep, p += kStep) {
 #pragma GCC unroll 8
-                for (size_t i = 0; i < kAccumulators; ++i) a[i] = foldOnto<kStep * 8>(a[i], loadBlock(p + i * kBlock));
+                for (size_t i = 0; i < kAccumulators; ++i)
+                    a[i] = Blocks::template foldOnto<kStep * 8>(a[i], Blocks::loadBlock(p + i * kBlock));
             }
-            x = join4(foldOnto<512>(a[0], a[4]), foldOnto<512>(a[1], a[5]), foldOnto<512>(a[2], a[6]),
-                      foldOnto<512>(a[3], a[7]));
+            x = Blocks::join4(Blocks::template foldOnto<512>(a[0], a[4]), Blocks::template foldOnto<512>(a[1], a[5]),
+                              Blocks::template foldOnto<512>(a[2], a[6]), Blocks::template foldOnto<512>(a[3], a[7]));
         } else if (len >= 64) {
-            x = join4(start, loadBlock(p + 16), loadBlock(p + 32), loadBlock(p + 48));
+            x = Blocks::join4(start, Blocks::loadBlock(p + 16), Blocks::loadBlock(p + 32), Blocks::loadBlock(p + 48));
             p += 64;
             len -= 64;
         } else if (len >= 32) {
-            x = join2(start, loadBlock(p + 16));
+            x = Blocks::join2(start, Blocks::loadBlock(p + 16));
             p += 32;
             len -= 32;
         } else {
@@ -372,16 +258,17 @@ class Folding {
         // What is left is fewer than 128 bytes: joined by itself first, so that the accumulator waits for one fold a
         // size.
         if ((len & 64) != 0) {
-            x = foldOnto<512>(x, join4(loadBlock(p), loadBlock(p + 16), loadBlock(p + 32), loadBlock(p + 48)));
+            x = Blocks::template foldOnto<512>(x, Blocks::join4(Blocks::loadBlock(p), Blocks::loadBlock(p + 16),
+                                                                Blocks::loadBlock(p + 32), Blocks::loadBlock(p + 48)));
             p += 64;
         }
         if ((len & 32) != 0) {
-            x = foldOnto<256>(x, join2(loadBlock(p), loadBlock(p + 16)));
+            x = Blocks::template foldOnto<256>(x, Blocks::join2(Blocks::loadBlock(p), Blocks::loadBlock(p + 16)));
             p += 32;
         }
-        if ((len & 16) != 0) x = foldOnto<128>(x, loadBlock(p));
-        if (const size_t n = len & 15; n != 0) x = foldTail(x, loadBlock(end - kBlock), n);
-        return Arithmetic::reduce(x);
+        if ((len & 16) != 0) x = Blocks::template foldOnto<128>(x, Blocks::loadBlock(p));
+        if (const size_t n = len & 15; n != 0) x = foldTail(x, Blocks::loadBlock(end - kBlock), n);
+        return Blocks::reduce(x);
     }
 };
 

@@ -15,6 +15,9 @@ namespace ozrdc {
 constexpr uint32_t kPolynomialCrc32 = 0x04C11DB7;   // zlib, gzip, Ethernet, bzip2
 constexpr uint32_t kPolynomialCrc32c = 0x1EDC6F41;  // Castagnoli: iSCSI, ext4
 
+// Which bit of a byte comes first in the message.
+enum class BitOrder { LeastFirst, MostFirst };
+
 // The low `bits` bits of `value` in opposite order. CRCs that take the least significant bit of a byte first hold
 // coefficient i of a polynomial in bit `bits - 1 - i`.
 constexpr uint64_t reflect(uint64_t value, unsigned bits) {

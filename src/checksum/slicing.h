@@ -21,12 +21,8 @@ using ByteTable = std::array<uint32_t, 256>;
 constexpr size_t kSlices = 16;
 using SlicingTables = std::array<ByteTable, kSlices>;  // [k][b]: the CRC of byte b followed by k zero bytes
 
-// How a register that shifts right is made of a CRC.
-enum class BitOrder {
-    LeastFirst,  // the register holds the coefficients reflected
-    MostFirst,   // the register is the byte-swapped CRC, so that the byte that leaves first is the low one here too
-};
-
+// For a register that shifts right, so that the byte that leaves first is the low one. Least significant bit first, the
+// register holds the CRC's coefficients reflected; most significant bit first, it is the CRC with its bytes swapped.
 template <BitOrder order>
 constexpr SlicingTables makeSlicingTables(uint32_t polynomial) {
     SlicingTables tables{};

@@ -110,6 +110,8 @@ constexpr uint32_t loweredBy(uint32_t sumOfWeights) { return 32768 * sumOfWeight
                 r[i] = _mm_add_epi16(r[i], _mm_maddubs_epi16(x, byteOnes));
                 prefixes[i] = _mm_add_epi16(prefixes[i], r[i]);
             }
+            // Compilers would gather additions of several steps, and spill.
+            asm("" : "+x"(r[0]), "+x"(r[1]), "+x"(prefixes[0]), "+x"(prefixes[1]), "+x"(w[0]), "+x"(w[1]));
         }
         sumsBefore = _mm_add_epi32(sumsBefore, sum);
         sum = _mm_add_epi32(sum, _mm_madd_epi16(_mm_add_epi16(r[0], r[1]), wordOnes));

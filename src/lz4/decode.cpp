@@ -196,10 +196,13 @@ template <class History>
         if (history.startsElsewhere(op, match.offset)) {
             copied = history.copyFromElsewhere(op, match.offset, length);
         }
-        if (room - copied >= kMatchOverwrite + length) {
-            copyMatchFast(op + copied, match.offset, length - copied);
-        } else {
-            copyMatchExact(op + copied, match.offset, length - copied);
+        // A match that lies in the dictionary whole has no source in the destination: nothing may be read there.
+        if (copied < length) {
+            if (room - copied >= kMatchOverwrite + length) {
+                copyMatchFast(op + copied, match.offset, length - copied);
+            } else {
+                copyMatchExact(op + copied, match.offset, length - copied);
+            }
         }
         op += length;
         if (match.length > room) return {StatusDestinationFull, ip, op};

@@ -11,7 +11,7 @@ namespace detail {
 
 // How many of the low bytes of two words are equal, given the XOR of the words, which is not zero.
 [[gnu::always_inline]] inline int64_t equalBytes(uint64_t difference) noexcept {
-    return static_cast<int64_t>(static_cast<uint64_t>(__builtin_ctzll(difference)) >> 3);
+    return static_cast<unsigned>(__builtin_ctzll(difference)) >> 3;
 }
 
 }  // namespace detail

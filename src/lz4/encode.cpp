@@ -44,15 +44,22 @@ template <class Search, class Writer>
     // A source of one byte more than the margin has no position to probe: searches start at position 1.
     if (src.length > kSearchMargin + 1) {
         const uint8_t* matchLimit = src.end() - kFirstMatchMargin;
-        for (Hit hit = search.first(src.begin); hit.at != nullptr;) {
+        Hit hit = search.first(src.begin);
+        while (hit.at != nullptr) {
             const int64_t literals = hit.at - anchor;
             const uint8_t* const compared = hit.at + kMinMatch;
             int64_t extra = getboundlong(compared, src.begin + kMinMatch + hit.candidate, matchLimit - compared);
             const auto offset = static_cast<uint64_t>(hit.at - src.begin - hit.candidate);
-            if (!writer.put(anchor, static_cast<uint64_t>(literals), offset, extra)) break;
-            anchor = compared + extra;
+            if (!writer.admit(static_cast<uint64_t>(literals), extra)) break;
+            // The next search starts before this sequence is written: the way to the next match is the longer one.
+            const uint8_t* const next = compared + extra;
+            const bool searched = next < search.limit;
+            const int64_t prepared = searched ? search.prepare(next) : 0;
+            writer.put(anchor, static_cast<uint64_t>(literals), offset, static_cast<uint64_t>(extra));
+            anchor = next;
+            if (!searched) break;
             matchLimit = src.end() - nextMatchMargin;
-            hit = search.next(anchor, literals);
+            hit = search.next(next, prepared, literals);
         }
     }
     const uint64_t last = writer.finish(anchor, static_cast<uint64_t>(src.end() - anchor));

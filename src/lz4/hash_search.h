@@ -74,16 +74,21 @@ struct Prober {
     const uint8_t* base;   // the byte of position 0
     const uint8_t* limit;  // nothing at or behind it is probed
 
-    // Probes a position; true if it is a hit.
-    [[gnu::always_inline]] bool probe(const uint8_t* p, Hit& hit) const noexcept {
-        const int64_t position = p - base;
-        const int64_t candidate = table.exchange(hashFive(p), position);
+    // The first half of a probe: enters a position, and returns the one that its slot held.
+    [[gnu::always_inline]] int64_t look(const uint8_t* p) const noexcept {
+        return table.exchange(hashFive(p), p - base);
+    }
+
+    // The second half: compares the four bytes; true if it is a hit.
+    [[gnu::always_inline]] bool matches(const uint8_t* p, int64_t candidate, Hit& hit) const noexcept {
         if (load32(base + candidate) != load32(p)) [[likely]]
             return false;
-        if (!Table::kOffsetsAlwaysFit && candidate + int64_t{kMaxOffset} < position) return false;
+        if (!Table::kOffsetsAlwaysFit && candidate + int64_t{kMaxOffset} < p - base) return false;
         hit = {p, candidate};
         return true;
     }
+
+    [[gnu::always_inline]] bool probe(const uint8_t* p, Hit& hit) const noexcept { return matches(p, look(p), hit); }
 };
 
 // Position by position first, then with growing steps.
@@ -101,29 +106,44 @@ struct SteppedSearch : Prober<Table> {
     static constexpr int64_t kManyLiterals = 64;
 
     using Prober<Table>::limit;
+    using Prober<Table>::look;
+    using Prober<Table>::matches;
     using Prober<Table>::probe;
 
+    // The first match of a block.
     [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept {
-        return scan<kFirstShift>(begin + 1, kFirstSingles, kFirstCounter);
+        const uint8_t* const p = begin + 1;
+        return scan<kFirstShift>(p, look(p), kFirstSingles, kFirstCounter);
     }
 
-    // The next match behind one that ends at `p` and was preceded by `literals` literals.
-    [[gnu::always_inline]] Hit next(const uint8_t* p, int64_t literals) const noexcept {
-        return scan<kNextShift>(p, literals < kManyLiterals ? kNextSingles : 0, kNextCounter);
+    // Prepares the search behind a match that ends at `p`, below the limit; its result is for `next`.
+    [[gnu::always_inline]] int64_t prepare(const uint8_t* p) const noexcept { return look(p); }
+
+    // The next match at or behind `p`, where one preceded by `literals` literals ended.
+    [[gnu::always_inline]] Hit next(const uint8_t* p, int64_t prepared, int64_t literals) const noexcept {
+        return scan<kNextShift>(p, prepared, literals < kManyLiterals ? kNextSingles : 0, kNextCounter);
     }
 
   private:
+    // Tries `p`, whose candidate is known, and the positions behind it: `singles` one by one, `p` among them, and from
+    // there on with steps.
     template <int shift>
-    [[gnu::always_inline]] Hit scan(const uint8_t* p, int64_t singles, int64_t counter) const noexcept {
+    [[gnu::always_inline]] Hit scan(const uint8_t* p, int64_t candidate, int64_t singles,
+                                    int64_t counter) const noexcept {
         Hit hit;
-        const uint8_t* const singlesEnd = p + std::clamp<int64_t>(limit - p, 0, singles);
-        for (; singlesEnd - p >= 4; p += 4) {
-            if (probe(p, hit) || probe(p + 1, hit) || probe(p + 2, hit) || probe(p + 3, hit)) return hit;
+        if (matches(p, candidate, hit)) return hit;
+        if (singles == 0) {
+            p += counter++ >> shift;
+        } else {
+            const uint8_t* const singlesEnd = p + std::min(singles, limit - p);
+            for (++p; singlesEnd - p >= 4; p += 4) {
+                if (probe(p, hit) || probe(p + 1, hit) || probe(p + 2, hit) || probe(p + 3, hit)) return hit;
+            }
+            for (; p < singlesEnd; ++p) {
+                if (probe(p, hit)) return hit;
+            }
         }
-        for (; p < singlesEnd; ++p) {
-            if (probe(p, hit)) return hit;
-        }
-        for (; p < limit; p += counter >> shift, ++counter) {
+        for (; p < limit; p += counter++ >> shift) {
             if (probe(p, hit)) return hit;
         }
         return hit;
@@ -138,24 +158,33 @@ struct AcceleratedSearch : Prober<Table> {
 
     int64_t acceleration;
 
-    using Prober<Table>::base;
     using Prober<Table>::limit;
+    using Prober<Table>::look;
+    using Prober<Table>::matches;
     using Prober<Table>::probe;
-    using Prober<Table>::table;
 
-    [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept { return scan(begin + 1); }
+    // The first match of a block.
+    [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept {
+        const uint8_t* const p = begin + 1;
+        return scan(p, look(p));
+    }
 
-    [[gnu::always_inline]] Hit next(const uint8_t* p, int64_t) const noexcept {
-        if (p >= limit) return {};
-        table.exchange(hashFive(p - 2), p - 2 - base);
-        return scan(p);
+    // Prepares the search behind a match that ends at `p`, below the limit; its result is for `next`.
+    [[gnu::always_inline]] int64_t prepare(const uint8_t* p) const noexcept {
+        look(p - 2);
+        return look(p);
+    }
+
+    // The next match at or behind `p`, where one ended.
+    [[gnu::always_inline]] Hit next(const uint8_t* p, int64_t prepared, int64_t) const noexcept {
+        return scan(p, prepared);
     }
 
   private:
-    // Tries `p`, then positions behind it.
-    [[gnu::always_inline]] Hit scan(const uint8_t* p) const noexcept {
+    // Tries `p`, whose candidate is known, then positions behind it.
+    [[gnu::always_inline]] Hit scan(const uint8_t* p, int64_t candidate) const noexcept {
         Hit hit;
-        if (probe(p, hit)) return hit;
+        if (matches(p, candidate, hit)) return hit;
         int64_t counter = acceleration << kShift;
         for (;; counter += kPass) {
             const int64_t step = counter >> kShift;

@@ -49,11 +49,13 @@ inline uint8_t* writeLastLiterals(uint8_t* op, const uint8_t* literals, uint64_t
 struct UncheckedWriter {
     uint8_t* op;
 
-    // Writes one sequence; the match may not be shortened here, and always fits.
-    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, int64_t& extra) noexcept {
-        constexpr int64_t kUnit = 16;
+    // Whether a sequence fits, and with which length of its match: here always, and with all of it.
+    [[gnu::always_inline]] static bool admit(uint64_t, int64_t&) noexcept { return true; }
+
+    // Writes one sequence whose match is `extra` bytes longer than the shortest.
+    [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
+        constexpr uint64_t kUnit = 16;
         static_assert(kUnit <= kSearchMargin);  // reads past the literals stay inside the source
-        const auto code = static_cast<uint64_t>(extra);
         uint8_t* const token = op++;
         uint64_t nibbles = count << 4;
         if (count >= kNibbleMax) [[unlikely]] {
@@ -65,13 +67,12 @@ struct UncheckedWriter {
         op += count;
         store16(op, static_cast<uint16_t>(offset));
         op += 2;
-        if (code >= kNibbleMax) {
+        if (extra >= kNibbleMax) {
             *token = static_cast<uint8_t>(nibbles | kNibbleMax);
-            writelen(&op, code - kNibbleMax);
+            writelen(&op, extra - kNibbleMax);
         } else {
-            *token = static_cast<uint8_t>(nibbles | code);
+            *token = static_cast<uint8_t>(nibbles | extra);
         }
-        return true;
     }
 
     // Writes the rest of the source as literals; returns how many.
@@ -88,40 +89,36 @@ struct BoundedWriter {
     uint8_t* op;
     uint8_t* end;
 
-    // Writes one sequence, with a shorter match if its whole length does not fit. False if not even that does: nothing
-    // has been written then.
-    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, int64_t& extra) noexcept {
+    // Whether a sequence fits; its match, `extra` bytes longer than the shortest, may be made shorter for that.
+    [[gnu::always_inline]] bool admit(uint64_t count, int64_t& extra) const noexcept {
         int64_t room = end - op - kReserve;
         // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes
         // into the reserve.
         if (static_cast<int64_t>(1 + count + count / kExtensionMax) > room) return false;
-        const uint64_t literalsLength = extensionLength(count) + count;
-        room -= static_cast<int64_t>(1 + literalsLength + 2);
+        room -= static_cast<int64_t>(1 + extensionLength(count) + count + 2);
         if (static_cast<int64_t>(extensionLength(static_cast<uint64_t>(extra))) > room) {
             if (room < -1) return false;
             // The longest match whose extension ends two bytes into the reserve.
             extra = std::min(extra, kExtensionMax * room + 524);
         }
-        const auto code = static_cast<uint64_t>(extra);
-        *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(code));
+        return true;
+    }
+
+    // Writes one sequence that was admitted. Behind its offset at least `kReserve` - 1 bytes of the destination are
+    // left.
+    [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
+        constexpr uint64_t kUnit = 8;
+        static_assert(kUnit <= 2 + kReserve - 1 && kUnit <= kSearchMargin);
+        *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(extra));
         if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
-        // room + kReserve + 2 bytes lie between the literals' end and the end of the destination, and room is at least
-        // -1.
-        static_assert(kReserve + 2 - 1 >= 8);
-        const uint8_t* const literalsEnd = literals + count;
-        while (literals + 16 <= literalsEnd) {
-            copyBlock<16>(op, literals);
-            op += 16;
-            literals += 16;
-        }
-        const auto left = static_cast<uint64_t>(literalsEnd - literals);
-        copyBlock<8>(op, literals);
-        if (left > 8) copyBlock<8>(op + 8, literals + 8);
-        op += left;
+        uint64_t done = 0;
+        for (; done + 2 * kUnit <= count; done += 2 * kUnit) copyBlock<2 * kUnit>(op + done, literals + done);
+        copyBlock<kUnit>(op + done, literals + done);
+        if (count - done > kUnit) copyBlock<kUnit>(op + done + kUnit, literals + done + kUnit);
+        op += count;
         store16(op, static_cast<uint16_t>(offset));
         op += 2;
-        if (code >= kNibbleMax) writelen(&op, code - kNibbleMax);
-        return true;
+        if (extra >= kNibbleMax) writelen(&op, extra - kNibbleMax);
     }
 
     // Writes as much of the source as fits as the last literals; returns how many.

@@ -46,33 +46,40 @@ inline uint8_t* writeLastLiterals(uint8_t* op, const uint8_t* literals, uint64_t
     return op + count;
 }
 
+// Writes one sequence whose match is `extra` bytes longer than the shortest; returns where it ends. Literals are copied
+// in units of 16 bytes, which may pass their end in both buffers.
+[[gnu::always_inline]] inline uint8_t* writeSequence(uint8_t* op, const uint8_t* literals, uint64_t count,
+                                                     uint64_t offset, uint64_t extra) noexcept {
+    constexpr uint64_t kUnit = 16;
+    static_assert(kUnit <= kSearchMargin);  // reads past the literals stay inside the source
+    uint8_t* const token = op++;
+    uint64_t nibbles = count << 4;
+    if (count >= kNibbleMax) [[unlikely]] {
+        nibbles = kNibbleMax << 4;
+        writelen(&op, count - kNibbleMax);
+    }
+    copyBlock<kUnit>(op, literals);
+    for (uint64_t done = kUnit; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
+    op += count;
+    store16(op, static_cast<uint16_t>(offset));
+    op += 2;
+    if (extra >= kNibbleMax) {
+        *token = static_cast<uint8_t>(nibbles | kNibbleMax);
+        writelen(&op, extra - kNibbleMax);
+    } else {
+        *token = static_cast<uint8_t>(nibbles | extra);
+    }
+    return op;
+}
+
 struct UncheckedWriter {
     uint8_t* op;
 
     // Whether a sequence fits, and with which length of its match: here always, and with all of it.
     [[gnu::always_inline]] static bool admit(uint64_t, int64_t&) noexcept { return true; }
 
-    // Writes one sequence whose match is `extra` bytes longer than the shortest.
     [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
-        constexpr uint64_t kUnit = 16;
-        static_assert(kUnit <= kSearchMargin);  // reads past the literals stay inside the source
-        uint8_t* const token = op++;
-        uint64_t nibbles = count << 4;
-        if (count >= kNibbleMax) [[unlikely]] {
-            nibbles = kNibbleMax << 4;
-            writelen(&op, count - kNibbleMax);
-        }
-        copyBlock<kUnit>(op, literals);
-        for (uint64_t done = kUnit; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
-        op += count;
-        store16(op, static_cast<uint16_t>(offset));
-        op += 2;
-        if (extra >= kNibbleMax) {
-            *token = static_cast<uint8_t>(nibbles | kNibbleMax);
-            writelen(&op, extra - kNibbleMax);
-        } else {
-            *token = static_cast<uint8_t>(nibbles | extra);
-        }
+        op = writeSequence(op, literals, count, offset, extra);
     }
 
     // Writes the rest of the source as literals; returns how many.
@@ -91,34 +98,17 @@ struct BoundedWriter {
 
     // Whether a sequence fits; its match, `extra` bytes longer than the shortest, may be made shorter for that.
     [[gnu::always_inline]] bool admit(uint64_t count, int64_t& extra) const noexcept {
-        int64_t room = end - op - kReserve;
-        // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes
-        // into the reserve.
-        if (static_cast<int64_t>(1 + count + count / kExtensionMax) > room) return false;
-        room -= static_cast<int64_t>(1 + extensionLength(count) + count + 2);
-        if (static_cast<int64_t>(extensionLength(static_cast<uint64_t>(extra))) > room) {
-            if (room < -1) return false;
-            // The longest match whose extension ends two bytes into the reserve.
-            extra = std::min(extra, kExtensionMax * room + 524);
-        }
-        return true;
+        if (hasAmpleRoom(count, static_cast<uint64_t>(extra))) [[likely]]
+            return true;
+        const int64_t admitted = admitNearEnd(count, extra);
+        extra = admitted;
+        return admitted >= 0;
     }
 
-    // Writes one sequence that was admitted. Behind its offset at least `kReserve` - 1 bytes of the destination are
-    // left.
+    // Writes one sequence that was admitted.
     [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
-        constexpr uint64_t kUnit = 8;
-        static_assert(kUnit <= 2 + kReserve - 1 && kUnit <= kSearchMargin);
-        *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(extra));
-        if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
-        uint64_t done = 0;
-        for (; done + 2 * kUnit <= count; done += 2 * kUnit) copyBlock<2 * kUnit>(op + done, literals + done);
-        copyBlock<kUnit>(op + done, literals + done);
-        if (count - done > kUnit) copyBlock<kUnit>(op + done + kUnit, literals + done + kUnit);
-        op += count;
-        store16(op, static_cast<uint16_t>(offset));
-        op += 2;
-        if (extra >= kNibbleMax) writelen(&op, extra - kNibbleMax);
+        op = hasAmpleRoom(count, extra) ? writeSequence(op, literals, count, offset, extra)
+                                        : writeNearEnd(op, literals, count, offset, extra);
     }
 
     // Writes as much of the source as fits as the last literals; returns how many.
@@ -128,6 +118,42 @@ struct BoundedWriter {
         while (1 + extensionLength(count) + count > room) --count;
         op = writeLastLiterals(op, literals, count);
         return count;
+    }
+
+  private:
+    // True if a sequence fits whatever the details: its extensions are rounded up, and a whole unit of copied literals
+    // and the reserve are added.
+    [[gnu::always_inline]] bool hasAmpleRoom(uint64_t count, uint64_t extra) const noexcept {
+        static_assert(kExtensionMax > 128 && kReserve <= 8);
+        const uint64_t most = 1 + (count / 128 + 1) + count + 2 + (extra / 128 + 1) + 16 + 8;
+        return most <= static_cast<uint64_t>(end - op);
+    }
+
+    // Decides as exactly as the end of the destination demands. Returns the length that the match may have beyond the
+    // shortest, or -1 if the sequence does not fit.
+    [[gnu::noinline, gnu::cold]] int64_t admitNearEnd(uint64_t count, int64_t extra) const noexcept {
+        int64_t room = end - op - kReserve;
+        // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes
+        // into the reserve.
+        if (static_cast<int64_t>(1 + count + count / kExtensionMax) > room) return -1;
+        room -= static_cast<int64_t>(1 + extensionLength(count) + count + 2);
+        if (static_cast<int64_t>(extensionLength(static_cast<uint64_t>(extra))) <= room) return extra;
+        if (room < -1) return -1;
+        // The longest match whose extension ends two bytes into the reserve.
+        return std::min(extra, kExtensionMax * room + 524);
+    }
+
+    // Writes a sequence byte by byte exactly.
+    [[gnu::noinline, gnu::cold]] static uint8_t* writeNearEnd(uint8_t* op, const uint8_t* literals, uint64_t count,
+                                                              uint64_t offset, uint64_t extra) noexcept {
+        *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(extra));
+        if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
+        std::memcpy(op, literals, count);
+        op += count;
+        store16(op, static_cast<uint16_t>(offset));
+        op += 2;
+        if (extra >= kNibbleMax) writelen(&op, extra - kNibbleMax);
+        return op;
     }
 };
 

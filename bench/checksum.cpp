@@ -85,7 +85,7 @@ constexpr std::array kEntries = {
     Entry{"crc32c-tables", "zlib crc32", zlibCrc32, false},
 };
 
-constexpr std::array<size_t, 13> kShortSizes = {16, 24, 32, 48, 64, 100, 128, 256, 500, 512, 1024, 2048, 4096};
+constexpr std::array<size_t, 11> kShortSizes = {16, 24, 32, 48, 64, 100, 150, 256, 500, 1024, 4096};
 
 }  // namespace
 

@@ -1,0 +1,334 @@
+#!/usr/bin/env python3
+"""Makes the tables and plots of docs/performance.md from the JSON files that the benchmarks write.
+
+    build/release/bin/bench_checksum --benchmark_out=checksum.json
+    build/release/bin/bench_lz4 --benchmark_out=lz4.json
+    bench/report.py checksum.json lz4.json            # writes docs/performance.md and docs/plots/
+    bench/report.py --print checksum.json             # only prints the tables
+
+A benchmark is named PRIMITIVE/IMPLEMENTATION/INPUT. Each is reduced to the median of its repetitions; a ratio is taken
+input by input and summed up as the geometric mean over inputs, with the smallest and the largest. A primitive named
+NAME@size is a curve of speed over the input's length, and a primitive with compressed sizes is a codec.
+
+In docs/performance.md everything between the markers
+
+    <!-- begin generated: FAMILY -->
+    <!-- end generated: FAMILY -->
+
+is replaced, where FAMILY is the name of the JSON file without its suffix; the prose around them stays.
+"""
+
+import argparse
+import collections
+import json
+import math
+import pathlib
+import re
+import statistics
+import sys
+
+OURS = "ozrdc"
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+# One color for each implementation, in the order of appearance after ours.
+OUR_COLOR = "#0b6e99"
+PEER_COLORS = ["#d1495b", "#edae49", "#6a4c93", "#66a182", "#8d6a4f", "#7a7a7a"]
+
+
+class Result:
+    """Median speed in bytes a second of one benchmark, its spread, and what the codec made of the input."""
+
+    def __init__(self, speeds, compressed, ratio):
+        self.speed = statistics.median(speeds)
+        # Half the distance of the quartiles, as a part of the median.
+        quartiles = statistics.quantiles(speeds, n=4) if len(speeds) > 1 else [self.speed] * 3
+        self.spread = (quartiles[2] - quartiles[0]) / 2 / self.speed
+        self.compressed = compressed
+        self.ratio = ratio
+        self.plain = compressed * ratio if compressed else None
+
+
+class Family:
+    """The results of one JSON file: primitive -> implementation -> input -> Result, in the order of the file."""
+
+    def __init__(self, path):
+        self.name = path.stem
+        document = json.loads(path.read_text())
+        self.context = document["context"]
+        runs = collections.OrderedDict()
+        for run in document["benchmarks"]:
+            if run.get("run_type") != "iteration":
+                continue
+            if run.get("error_occurred"):
+                sys.exit(f"{path}: {run['name']}: {run['error_message']}")
+            runs.setdefault(run["run_name"] if "run_name" in run else run["name"], []).append(run)
+        self.primitives = {}
+        for name in sorted(runs, key=lambda n: min(r["family_index"] for r in runs[n])):
+            primitive, implementation, source = name.split("/", 2)
+            first = runs[name][0]
+            result = Result([r["bytes_per_second"] for r in runs[name]], first.get("compressed"), first.get("ratio"))
+            self.primitives.setdefault(primitive, {}).setdefault(implementation, {})[source] = result
+
+    def whole_files(self):
+        return {p: i for p, i in self.primitives.items() if "@" not in p}
+
+    def curves(self):
+        return {p.removesuffix("@size"): i for p, i in self.primitives.items() if p.endswith("@size")}
+
+    def is_codec(self):
+        return any(r.compressed for i in self.primitives.values() for f in i.values() for r in f.values())
+
+
+def geometric_mean(values):
+    return math.exp(statistics.fmean(math.log(v) for v in values))
+
+
+def overall_speed(results):
+    return geometric_mean([r.speed for r in results.values()])
+
+
+def overall_ratio(results):
+    """Of all inputs together, as if they were one."""
+    return sum(r.plain for r in results.values()) / sum(r.compressed for r in results.values())
+
+
+def gigabytes(speed):
+    return f"{speed / 1e9:.2f}"
+
+
+def table(rows):
+    """A Markdown table; all columns but the first two are numbers."""
+    widths = [max(len(row[i]) for row in rows) for i in range(len(rows[0]))]
+
+    def line(row):
+        cells = [c.ljust(w) if i < 2 else c.rjust(w) for i, (c, w) in enumerate(zip(row, widths))]
+        return "| " + " | ".join(cells) + " |"
+
+    rule = ["-" * w if i < 2 else "-" * (w - 1) + ":" for i, w in enumerate(widths)]
+    return "\n".join([line(rows[0]), line(rule)] + [line(r) for r in rows[1:]])
+
+
+def comparison_table(family):
+    codec = family.is_codec()
+    header = ["primitive", "peer", "ours GB/s", "peer GB/s", "ours / peer", "smallest", "largest", "spread"]
+    rows = [header + (["ours ratio", "peer ratio"] if codec else [])]
+    for primitive, implementations in family.whole_files().items():
+        ours = implementations.get(OURS)
+        if not ours:
+            continue
+        for peer, theirs in implementations.items():
+            inputs = [i for i in ours if i in theirs]
+            if peer == OURS or not inputs:
+                continue
+            ratios = [ours[i].speed / theirs[i].speed for i in inputs]
+            spread = statistics.fmean(math.hypot(ours[i].spread, theirs[i].spread) for i in inputs)
+            row = [primitive, peer, gigabytes(overall_speed(ours)), gigabytes(overall_speed(theirs)),
+                   f"**{geometric_mean(ratios):.2f}**", f"{min(ratios):.2f}", f"{max(ratios):.2f}",
+                   f"±{100 * spread:.1f}%"]
+            if codec:
+                row += [f"{overall_ratio(ours):.3f}", f"{overall_ratio(theirs):.3f}"]
+            rows.append(row)
+    return table(rows)
+
+
+def curve_table(family):
+    """Small inputs: our speed, and the ratio to each peer, at every length."""
+    parts = []
+    for primitive, implementations in family.curves().items():
+        ours = implementations[OURS]
+        peers = [p for p in implementations if p != OURS]
+        rows = [["bytes", "primitive", "ours GB/s"] + [f"ours / {p}" for p in peers]]
+        for source, result in ours.items():
+            rows.append([source, primitive, gigabytes(result.speed)]
+                        + [f"{result.speed / implementations[p][source].speed:.2f}" for p in peers])
+        parts.append(table(rows))
+    return "\n\n".join(parts)
+
+
+def environment(family):
+    context = family.context
+    count = len(next(iter(next(iter(family.whole_files().values())).values())))
+    known = {"processor", "compiler", "command"}
+    peers = [f"{k} {v}" for k, v in context.items()
+             if isinstance(v, str) and k not in known | {"date", "host_name", "executable", "library_build_type"}]
+    lines = [f"Processor: {context.get('processor', 'unknown')}, {context['num_cpus']} cores of a shared machine."
+             if context["num_cpus"] <= 4 else f"Processor: {context.get('processor', 'unknown')}.",
+             f"Compiler: {context.get('compiler', 'unknown')}. Peers: {', '.join(peers)}. Inputs: {count} files.",
+             "",
+             "```",
+             f"{context.get('command', '')}",
+             f"bench/report.py {family.name}.json",
+             "```"]
+    return "\n".join(lines)
+
+
+# ---- Plots ----
+
+def style(plt):
+    plt.rcParams.update({
+        "font.size": 9.5, "font.family": "DejaVu Sans", "axes.spines.top": False, "axes.spines.right": False,
+        "axes.edgecolor": "#888888", "axes.grid": True, "grid.color": "#e4e4e4", "grid.linewidth": 0.8,
+        "axes.axisbelow": True, "xtick.color": "#444444", "ytick.color": "#444444", "axes.labelcolor": "#333333",
+        "axes.titleweight": "bold", "axes.titlesize": 10.5, "legend.frameon": False, "svg.hashsalt": "ozrdc",
+        "svg.fonttype": "path", "figure.facecolor": "white",
+    })
+
+
+def colors(implementations):
+    peers = [i for i in implementations if i != OURS]
+    return {OURS: OUR_COLOR, **{p: PEER_COLORS[k % len(PEER_COLORS)] for k, p in enumerate(peers)}}
+
+
+def plot_bars(plt, family):
+    """Checksums over whole files: a group of bars for each primitive."""
+    groups = family.whole_files()
+    names = []
+    for implementations in groups.values():
+        names += [i for i in implementations if i not in names]
+    color = colors(names)
+    bars = [(p, i, overall_speed(r) / 1e9) for p, impl in groups.items() for i, r in impl.items()]
+    figure, axes = plt.subplots(figsize=(8, 0.27 * len(bars) + 0.22 * len(groups) + 1.1))
+    y, ticks, labels = 0.0, [], []
+    for primitive, implementations in groups.items():
+        start = y
+        for implementation, results in implementations.items():
+            speed = overall_speed(results) / 1e9
+            axes.barh(y, speed, height=0.82, color=color[implementation])
+            axes.text(speed, y, f" {speed:.1f}", va="center", fontsize=8, color="#444444")
+            y += 1
+        ticks.append((start + y - 1) / 2)
+        labels.append(primitive)
+        y += 0.8
+    axes.set_yticks(ticks, labels)
+    axes.set_ylim(y - 0.8, -0.8)
+    axes.grid(axis="y", visible=False)
+    axes.tick_params(axis="y", length=0)
+    axes.set_xlabel("GB/s, geometric mean over files")
+    axes.set_title("Checksums over whole files", loc="left")
+    handles = [plt.Rectangle((0, 0), 1, 1, color=color[n]) for n in names]
+    axes.legend(handles, names, loc="lower right")
+    figure.tight_layout()
+    return figure
+
+
+def plot_curves(plt, family):
+    """Checksums of short inputs: speed over length, one panel a primitive."""
+    curves = family.curves()
+    columns = 2
+    rows = (len(curves) + columns - 1) // columns
+    figure, grid = plt.subplots(rows, columns, figsize=(8, 2.7 * rows), squeeze=False)
+    names = []
+    for implementations in curves.values():
+        names += [i for i in implementations if i not in names]
+    color = colors(names)
+    for axes in grid.flat[len(curves):]:
+        axes.set_visible(False)
+    for axes, (primitive, implementations) in zip(grid.flat, curves.items()):
+        for implementation, results in reversed(implementations.items()):
+            sizes = [int(s) for s in results]
+            axes.plot(sizes, [r.speed / 1e9 for r in results.values()], marker="o", markersize=3.2,
+                      linewidth=2 if implementation == OURS else 1.4, color=color[implementation],
+                      label=implementation)
+        axes.set_xscale("log", base=2)
+        axes.set_yscale("log", base=2)
+        axes.xaxis.set_major_formatter(lambda v, _: f"{v:g}" if v < 1024 else f"{v / 1024:g}K")
+        axes.yaxis.set_major_formatter(lambda v, _: f"{v:g}")
+        axes.set_title(primitive, loc="left")
+        axes.set_xlabel("bytes a call")
+        axes.set_ylabel("GB/s")
+        handles, labels = axes.get_legend_handles_labels()
+        axes.legend(handles[::-1], labels[::-1], fontsize=8, loc="lower right")
+    figure.tight_layout()
+    return figure
+
+
+def plot_codec(plt, family):
+    """Codecs: compression ratio of all files together against speed, a panel for each direction."""
+    panels = collections.OrderedDict()
+    for primitive, implementations in family.whole_files().items():
+        direction = "decompression" if "decode" in primitive else "compression"
+        panels.setdefault(direction, {})[primitive] = implementations
+    names = []
+    for implementations in family.whole_files().values():
+        names += [i for i in implementations if i not in names]
+    color = colors(names)
+    markers = "osD^vP*X"
+    figure, grid = plt.subplots(1, len(panels), figsize=(4.6 * len(panels), 3.7), squeeze=False)
+    for axes, (direction, primitives) in zip(grid.flat, panels.items()):
+        for marker, (primitive, implementations) in zip(markers, primitives.items()):
+            for implementation, results in implementations.items():
+                x, y = overall_speed(results) / 1e9, overall_ratio(results)
+                axes.scatter(x, y, s=46, marker=marker, color=color[implementation], edgecolor="white", linewidth=0.6,
+                             zorder=3, label=f"{primitive}, {implementation}")
+        axes.set_title(direction, loc="left")
+        axes.set_xlabel("GB/s of plain bytes, geometric mean over files")
+        axes.set_ylabel("compression ratio")
+        axes.margins(0.18)
+        axes.set_xlim(left=0)
+        axes.legend(fontsize=7.5, loc="upper center", bbox_to_anchor=(0.5, -0.18))
+    figure.tight_layout()
+    return figure
+
+
+def write_plots(family, directory, suffix="svg"):
+    import matplotlib
+    matplotlib.use("Agg")
+    import matplotlib.pyplot as plt
+    style(plt)
+    directory.mkdir(parents=True, exist_ok=True)
+    if family.is_codec():
+        figures = {family.name: (plot_codec(plt, family), "Compression ratio against speed")}
+    else:
+        figures = {family.name: (plot_bars(plt, family), "Speed over whole files")}
+        if family.curves():
+            figures[f"{family.name}-sizes"] = (plot_curves(plt, family), "Speed over short inputs")
+    written = {}
+    for name, (figure, caption) in figures.items():
+        path = directory / f"{name}.{suffix}"
+        # Without a date the same results give the same file.
+        figure.savefig(path, dpi=150, bbox_inches="tight", metadata={"Date": None} if suffix == "svg" else None)
+        written[path] = caption
+    return written
+
+
+# ---- The document ----
+
+def generated(family, plots):
+    parts = [environment(family), comparison_table(family),
+             "The speeds are geometric means over files; `smallest` and `largest` are the extremes of the ratio over files; "
+             "`spread` is half the distance between the quartiles of the repetitions, of both sides together."]
+    parts += [f"![{caption}](plots/{path.name})" for path, caption in plots.items()]
+    if family.curves():
+        parts += ["Short inputs:", curve_table(family)]
+    return "\n\n".join(parts)
+
+
+def update_document(path, family, text):
+    begin, end = f"<!-- begin generated: {family.name} -->", f"<!-- end generated: {family.name} -->"
+    document = path.read_text()
+    pattern = re.compile(re.escape(begin) + ".*?" + re.escape(end), re.DOTALL)
+    if not pattern.search(document):
+        sys.exit(f"{path} has no markers for {family.name}:\n{begin}\n{end}")
+    path.write_text(pattern.sub(lambda _: f"{begin}\n{text}\n{end}", document))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("results", nargs="+", type=pathlib.Path, help="JSON files of the benchmarks")
+    parser.add_argument("--print", action="store_true", dest="only_print", help="print the tables and write nothing")
+    parser.add_argument("--document", type=pathlib.Path, default=ROOT / "docs" / "performance.md")
+    parser.add_argument("--png", type=pathlib.Path, help="also write the plots as PNG into this directory")
+    arguments = parser.parse_args()
+    for path in arguments.results:
+        family = Family(path)
+        print(f"{family.name}\n\n{comparison_table(family)}\n")
+        if family.curves():
+            print(curve_table(family) + "\n")
+        if arguments.png:
+            write_plots(family, arguments.png, "png")
+        if not arguments.only_print:
+            plots = write_plots(family, arguments.document.parent / "plots")
+            update_document(arguments.document, family, generated(family, plots))
+
+
+if __name__ == "__main__":
+    main()

@@ -121,12 +121,13 @@ struct BoundedWriter {
     }
 
   private:
-    // True if a sequence fits whatever the details: its extensions are rounded up, and a whole unit of copied literals
-    // and the reserve are added.
+    // True if a sequence fits whatever its details: one of ordinary length, at a distance from the end that covers
+    // token, offset and extensions of that length, the unit that the literals' copy may pass their end by, and the
+    // reserve.
     [[gnu::always_inline]] bool hasAmpleRoom(uint64_t count, uint64_t extra) const noexcept {
-        static_assert(kExtensionMax > 128 && kReserve <= 8);
-        const uint64_t most = 1 + (count / 128 + 1) + count + 2 + (extra / 128 + 1) + 16 + 8;
-        return most <= static_cast<uint64_t>(end - op);
+        constexpr uint64_t kOrdinary = 4096;
+        constexpr auto kAmple = static_cast<int64_t>(1 + 2 + 2 * extensionLength(kOrdinary) + 16) + kReserve;
+        return (count | extra) < kOrdinary && static_cast<int64_t>(count) <= end - op - kAmple;
     }
 
     // Decides as exactly as the end of the destination demands. Returns the length that the match may have beyond the

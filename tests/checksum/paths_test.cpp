@@ -142,6 +142,24 @@ TEST_P(ChecksumPaths, LargestBytesFromTheLargestValues) {
     }
 }
 
+// Beyond 262084 bytes Adler-32 adds up pieces of 65521 bytes.
+TEST_P(ChecksumPaths, VeryLongInputs) {
+    constexpr size_t kPieces = size_t{4} * 65521;
+    const std::vector<uint8_t> random = randomBytes(2 * kPieces + 5000, 9);
+    const std::vector<uint8_t> largest(random.size(), 0xFF);
+    for (const auto& bytes : {random, largest}) {
+        for (const Checksum& checksum : checksums()) {
+            const auto expected = referenceOfPrefixes(checksum, 0xFFF0FFF0, bytes);
+            for (const size_t around : {kPieces, 2 * kPieces}) {
+                for (size_t len = around - 20; len <= around + 4000; len += 1 + len % 37) {
+                    ASSERT_EQ(checksum.ours(0xFFF0FFF0, bytes.data(), len), expected[len])
+                        << checksum.name << ", " << len;
+                }
+            }
+        }
+    }
+}
+
 TEST(FeatureQuery, IsAskedOnEveryCallOneBitAtATime) {
     constexpr std::array<uint8_t, 1> byte = {1};
     const auto questions = [&](auto function, uint64_t visible) {

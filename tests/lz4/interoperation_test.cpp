@@ -12,7 +12,7 @@ std::vector<Bytes> sources() {
     std::vector<Bytes> all;
     for (const SampleKind& kind : sampleKinds()) {
         const Bytes sample = kind.make(150000, 41);
-        for (const std::size_t size : {1U, 12U, 13U, 29U, 30U, 31U, 50U, 300U, 4000U, 65535U, 65536U, 150000U}) {
+        for (const std::ptrdiff_t size : {1, 12, 13, 29, 30, 31, 50, 300, 4000, 65535, 65536, 150000}) {
             all.emplace_back(sample.begin(), sample.begin() + size);
         }
     }

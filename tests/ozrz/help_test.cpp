@@ -1,6 +1,6 @@
 // What the command says of itself, and that its manual page says the same.
+#include <algorithm>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -14,19 +14,33 @@ using ::testing::StartsWith;
 
 class Help : public Workspace {};
 
+// Every "--word" that stands at the beginning of a word.
 std::set<std::string> longOptions(const std::string& text) {
-    static const std::regex option("(^|[ ,\\[])(--[a-z][a-z-]*)");
     std::set<std::string> found;
-    for (std::sregex_iterator i(text.begin(), text.end(), option), end; i != end; ++i) found.insert((*i)[2]);
+    for (std::size_t i = 0; (i = text.find("--", i)) != std::string::npos; i += 2) {
+        const bool begins = i == 0 || std::string(" \n,[").find(text[i - 1]) != std::string::npos;
+        const std::size_t end = std::min(text.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", i), text.size());
+        if (begins && end > i + 2) found.insert(text.substr(i, end - i));
+    }
     return found;
 }
 
+// The manual page without its escapes: \- is a hyphen, and \fB and the like choose a font.
 std::string manualPage() {
     std::ifstream file(OZRZ_MAN_PAGE);
     EXPECT_TRUE(file) << OZRZ_MAN_PAGE;
-    std::ostringstream text;
-    text << file.rdbuf();
-    return std::regex_replace(std::regex_replace(text.str(), std::regex("\\\\-"), "-"), std::regex("\\\\f[BIRP]"), " ");
+    std::string text;
+    for (char c; file.get(c);) {
+        if (c != '\\') {
+            text += c;
+        } else if (file.get(c) && c == 'f') {
+            file.get(c);
+            text += ' ';
+        } else {
+            text += c;
+        }
+    }
+    return text;
 }
 
 TEST_F(Help, FitsEightyColumns) {

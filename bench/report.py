@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Makes the tables and plots of docs/performance.md from the JSON files that the benchmarks write.
 
-    build/release/bin/bench_checksum --benchmark_out=checksum.json
-    build/release/bin/bench_lz4 --benchmark_out=lz4.json
-    bench/report.py checksum.json lz4.json            # writes docs/performance.md and docs/plots/
-    bench/report.py --print checksum.json             # only prints the tables
+    build/release/bin/bench_checksum --benchmark_out=bench_checksum.json
+    build/release/bin/bench_lz4 --benchmark_out=bench_lz4.json
+    bench/report.py bench_checksum.json bench_lz4.json                  # prints the tables
+    bench/report.py --write-docs bench_checksum.json bench_lz4.json     # and writes docs/ and README.md
 
 A benchmark is named PRIMITIVE/IMPLEMENTATION/INPUT. Each is reduced to the median of its repetitions; a ratio is taken
 input by input and summed up as the geometric mean over inputs, with the smallest and the largest. A primitive named
@@ -15,7 +15,8 @@ In docs/performance.md everything between the markers
     <!-- begin generated: FAMILY -->
     <!-- end generated: FAMILY -->
 
-is replaced, where FAMILY is the name of the JSON file without its suffix; the prose around them stays.
+is replaced, where FAMILY is the name of the JSON file without "bench_" and its suffix; the prose around them stays. In
+README.md the summary between <!-- summary:begin --> and <!-- summary:end --> is made from all families given.
 """
 
 import argparse
@@ -51,7 +52,7 @@ class Family:
     """The results of one JSON file: primitive -> implementation -> input -> Result, in the order of the file."""
 
     def __init__(self, path):
-        self.name = path.stem
+        self.name = path.stem.removeprefix("bench_")
         document = json.loads(path.read_text())
         self.context = document["context"]
         runs = collections.OrderedDict()
@@ -150,13 +151,12 @@ def environment(family):
     known = {"processor", "compiler", "command"}
     peers = [f"{k} {v}" for k, v in context.items()
              if isinstance(v, str) and k not in known | {"date", "host_name", "executable", "library_build_type"}]
-    lines = [f"Processor: {context.get('processor', 'unknown')}, {context['num_cpus']} cores of a shared machine."
-             if context["num_cpus"] <= 4 else f"Processor: {context.get('processor', 'unknown')}.",
+    lines = [f"Processor: {context.get('processor', 'unknown')}, {context['num_cpus']} cores.",
              f"Compiler: {context.get('compiler', 'unknown')}. Peers: {', '.join(peers)}. Inputs: {count} files.",
              "",
              "```",
              f"{context.get('command', '')}",
-             f"bench/report.py {family.name}.json",
+             f"bench/report.py --write-docs bench_{family.name}.json",
              "```"]
     return "\n".join(lines)
 
@@ -264,7 +264,7 @@ def plot_codec(plt, family):
         axes.set_ylabel("compression ratio")
         axes.margins(0.18)
         axes.set_xlim(left=0)
-        axes.legend(fontsize=7.5, loc="upper center", bbox_to_anchor=(0.5, -0.18))
+        axes.legend(fontsize=7.5, loc="upper center", bbox_to_anchor=(0.5, -0.2), ncol=2)
     figure.tight_layout()
     return figure
 
@@ -302,32 +302,47 @@ def generated(family, plots):
     return "\n\n".join(parts)
 
 
-def update_document(path, family, text):
-    begin, end = f"<!-- begin generated: {family.name} -->", f"<!-- end generated: {family.name} -->"
+def summary(families):
+    """One line a primitive and peer, without the paths that hide processor features."""
+    rows = [["primitive", "peer", "ours / peer", "ours GB/s"]]
+    for family in families:
+        for primitive, implementations in family.whole_files().items():
+            for peer, theirs in implementations.items():
+                if peer == OURS or "-" in primitive:
+                    continue
+                ours = implementations[OURS]
+                ratio = geometric_mean([ours[i].speed / theirs[i].speed for i in ours])
+                rows.append([primitive, peer, f"{ratio:.2f}", gigabytes(overall_speed(ours))])
+    return table(rows)
+
+
+def replace_between(path, begin, end, text):
     document = path.read_text()
     pattern = re.compile(re.escape(begin) + ".*?" + re.escape(end), re.DOTALL)
     if not pattern.search(document):
-        sys.exit(f"{path} has no markers for {family.name}:\n{begin}\n{end}")
+        sys.exit(f"{path} lacks the markers {begin} and {end}")
     path.write_text(pattern.sub(lambda _: f"{begin}\n{text}\n{end}", document))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("results", nargs="+", type=pathlib.Path, help="JSON files of the benchmarks")
-    parser.add_argument("--print", action="store_true", dest="only_print", help="print the tables and write nothing")
-    parser.add_argument("--document", type=pathlib.Path, default=ROOT / "docs" / "performance.md")
+    parser.add_argument("--write-docs", action="store_true", help="write docs/performance.md, docs/plots and README.md")
     parser.add_argument("--png", type=pathlib.Path, help="also write the plots as PNG into this directory")
     arguments = parser.parse_args()
-    for path in arguments.results:
-        family = Family(path)
+    families = [Family(path) for path in arguments.results]
+    for family in families:
         print(f"{family.name}\n\n{comparison_table(family)}\n")
         if family.curves():
             print(curve_table(family) + "\n")
         if arguments.png:
             write_plots(family, arguments.png, "png")
-        if not arguments.only_print:
-            plots = write_plots(family, arguments.document.parent / "plots")
-            update_document(arguments.document, family, generated(family, plots))
+        if arguments.write_docs:
+            plots = write_plots(family, ROOT / "docs" / "plots")
+            replace_between(ROOT / "docs" / "performance.md", f"<!-- begin generated: {family.name} -->",
+                            f"<!-- end generated: {family.name} -->", generated(family, plots))
+    if arguments.write_docs:
+        replace_between(ROOT / "README.md", "<!-- summary:begin -->", "<!-- summary:end -->", summary(families))
 
 
 if __name__ == "__main__":

@@ -17,7 +17,7 @@
 // the words are widened. The weights of the bytes within a vector are applied once a block: from the sums of q and w
 // follow, modulo 2^16, sum o = (sum w - sum q) / 255 and sum e = sum q - sum o.
 //
-// Which vectors make a step? Their bytes must have equal weights. Two neighbours do when the sum of the first is kept
+// Which vectors make a step? Their bytes must have equal weights. Two neighbors do when the sum of the first is kept
 // apart, to be added once more in the end. But weights count modulo 65521, so that bytes 65521 apart are equal as they
 // are: long messages are cut into pieces of 65521 bytes, four of which are added up byte by byte and counted once.
 

@@ -155,7 +155,7 @@ def environment(family):
              f"Compiler: {context.get('compiler', 'unknown')}. Peers: {', '.join(peers)}. Inputs: {count} files.",
              "",
              "```",
-             f"{context.get('command', '')}",
+             f"{context.get('command', '')} --benchmark_out=bench_{family.name}.json",
              f"bench/report.py --write-docs bench_{family.name}.json",
              "```"]
     return "\n".join(lines)

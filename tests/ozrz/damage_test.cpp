@@ -106,7 +106,7 @@ TEST_F(Damage, MessageNamesFileBlockAndPosition) {
 TEST_F(Damage, TheFirstDamagedBlockIsTheOneReportedWhateverTheThreads) {
     const std::string contents = sample("text", 40 * 65536);
     std::string damaged = compressed(contents, {"-B4", "--block-checksum"});
-    for (const std::size_t part : {2, 3, 4, 5, 6}) {
+    for (const unsigned part : {2U, 3U, 4U, 5U, 6U}) {
         char& byte = damaged[damaged.size() * part / 8];
         byte = static_cast<char>(byte ^ 0x10);
     }

@@ -77,7 +77,7 @@ std::string helpText(const CLI::App& app, const std::string& usage) {
             appendWrapped(line, option->get_description(), kTextColumn);
             lines += line;
         }
-        if (!lines.empty()) out += "\n" + group + ":\n" + lines;
+        if (!lines.empty()) out.append("\n").append(group).append(":\n").append(lines);
     }
     if (!app.get_footer().empty()) {
         out += '\n';

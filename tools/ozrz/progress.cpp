@@ -41,7 +41,7 @@ std::string lastPart(const std::string& name) {
 
 }  // namespace
 
-void Progress::start(std::string name, std::optional<uint64_t> total) {
+void Progress::start(const std::string& name, std::optional<uint64_t> total) {
     clear();
     name_ = lastPart(name);
     total_ = total;

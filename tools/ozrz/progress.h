@@ -16,7 +16,7 @@ class Progress {
     ~Progress() { clear(); }
 
     // Begins with a new file; `total` is its size where that is known.
-    void start(std::string name, std::optional<uint64_t> total);
+    void start(const std::string& name, std::optional<uint64_t> total);
 
     // `done` bytes of the file have been read. Cheap enough to be called for every block.
     void update(uint64_t done);

@@ -42,12 +42,12 @@ std::string hexText(uint32_t value) {
 }
 
 std::string durationText(double seconds) {
-    const auto total = static_cast<unsigned long long>(seconds + 0.5);
+    const auto total = std::llround(seconds);
     std::array<char, 64> text{};
     if (total >= 3600) {
-        std::snprintf(text.data(), text.size(), "%llu:%02llu:%02llu", total / 3600, total / 60 % 60, total % 60);
+        std::snprintf(text.data(), text.size(), "%lld:%02lld:%02lld", total / 3600, total / 60 % 60, total % 60);
     } else {
-        std::snprintf(text.data(), text.size(), "%llu:%02llu", total / 60, total % 60);
+        std::snprintf(text.data(), text.size(), "%lld:%02lld", total / 60, total % 60);
     }
     return text.data();
 }

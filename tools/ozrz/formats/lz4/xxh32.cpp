@@ -6,7 +6,10 @@
 
 namespace ozrz::lz4 {
 
-uint32_t xxh32(Bytes bytes) { return XXH32(bytes.data(), bytes.size(), 0); }
+uint32_t xxh32(Bytes bytes) {
+    // An empty span may have no address, and the headers want one.
+    return bytes.empty() ? XXH32("", 0, 0) : XXH32(bytes.data(), bytes.size(), 0);
+}
 
 struct Xxh32::State {
     XXH32_state_t hash;

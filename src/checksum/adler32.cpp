@@ -180,7 +180,7 @@ template <typename L>
     __m128i sum = _mm_setzero_si128();
     __m128i sumsBefore = sum;  // of `sum` before each vector
     __m128i weighted = sum;
-    for (const uint8_t* const end = p + vectors * kVector; p != end; p += kVector) {
+    for (const uint8_t* const end = p + size_t{vectors} * kVector; p != end; p += kVector) {
         const __m128i x = load128(p);
         sumsBefore = _mm_add_epi32(sumsBefore, sum);
         sum = _mm_add_epi32(sum, _mm_sad_epu8(x, _mm_setzero_si128()));
@@ -192,7 +192,7 @@ template <typename L>
 
 // Takes up n bytes before `end`, fewer than a vector. The 16 bytes before `end` are readable.
 [[gnu::always_inline]] inline void addTail(Sums& sums, const uint8_t* end, uint32_t n) noexcept {
-    alignas(16) static constexpr std::array<uint8_t, 2 * kVector> kKeep = {
+    alignas(16) static constexpr std::array<uint8_t, size_t{2} * kVector> kKeep = {
         0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
         255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
     const __m128i weights = _mm_setr_epi8(16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1);

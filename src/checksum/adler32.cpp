@@ -192,7 +192,7 @@ template <typename L>
 
 // Takes up n bytes before `end`, fewer than a vector. The 16 bytes before `end` are readable.
 [[gnu::always_inline]] inline void addTail(Sums& sums, const uint8_t* end, uint32_t n) noexcept {
-    alignas(16) static constexpr std::array<uint8_t, size_t{2} * kVector> kKeep = {
+    alignas(16) static constexpr std::array<uint8_t, size_t{2}* kVector> kKeep = {
         0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
         255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
     const __m128i weights = _mm_setr_epi8(16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1);

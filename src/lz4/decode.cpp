@@ -85,9 +85,9 @@ struct Contiguous {
     [[gnu::always_inline]] bool reaches(const uint8_t* op, uint64_t offset) const noexcept {
         return reinterpret_cast<uintptr_t>(op) - offset >= lowest;
     }
-    // No part of a match lies elsewhere.
-    [[gnu::always_inline]] bool startsElsewhere(const uint8_t*, uint64_t) const noexcept { return false; }
-    [[gnu::always_inline]] uint64_t copyFromElsewhere(uint8_t*, uint64_t, uint64_t) const noexcept { return 0; }
+    // No match begins anywhere else.
+    static constexpr bool kHasElsewhere = false;
+    [[gnu::always_inline]] static bool startsElsewhere(const uint8_t*, uint64_t) noexcept { return false; }
 };
 
 // The positions [0, dictSize) of the destination stand for a dictionary.
@@ -95,6 +95,8 @@ struct Separate {
     const uint8_t* base;  // position 0 of the destination
     const uint8_t* dict;
     int64_t dictSize;
+
+    static constexpr bool kHasElsewhere = true;
 
     [[gnu::always_inline]] int64_t position(const uint8_t* op, uint64_t offset) const noexcept {
         return static_cast<int64_t>(reinterpret_cast<uintptr_t>(op) - reinterpret_cast<uintptr_t>(base)) -
@@ -108,13 +110,23 @@ struct Separate {
     }
     // Copies the part of a match that lies in the dictionary and returns its length; the rest, if any, goes on in the
     // destination at the same offset.
-    [[gnu::always_inline]] uint64_t copyFromElsewhere(uint8_t* op, uint64_t offset, uint64_t length) const noexcept {
+    [[gnu::always_inline]] uint64_t copyPart(uint8_t* op, uint64_t offset, uint64_t length) const noexcept {
         const int64_t from = position(op, offset);
         const auto there = std::min(length, static_cast<uint64_t>(dictSize - from));
         std::memcpy(op, dict + from, there);
         return there;
     }
 };
+
+// Copies the part of a match, if any, that does not lie in the destination; returns its length.
+template <class History>
+[[gnu::always_inline]] inline uint64_t copyFromElsewhere(const History& history, uint8_t* op, uint64_t offset,
+                                                         uint64_t length) noexcept {
+    if constexpr (History::kHasElsewhere) {
+        if (history.startsElsewhere(op, offset)) return history.copyPart(op, offset, length);
+    }
+    return 0;
+}
 
 // Adds the extension bytes of a length. False if they run off the source; the cursor stands at its end then.
 // The sum stays below 2^40, because sources are shorter than 2^31 bytes.
@@ -192,10 +204,7 @@ template <class History>
         }
         const auto room = static_cast<uint64_t>(dst.end - op);
         const uint64_t length = std::min(match.length, room);
-        uint64_t copied = 0;
-        if (history.startsElsewhere(op, match.offset)) {
-            copied = history.copyFromElsewhere(op, match.offset, length);
-        }
+        const uint64_t copied = copyFromElsewhere(history, op, match.offset, length);
         // A match that lies in the dictionary whole has no source in the destination: nothing may be read there.
         if (copied < length) {
             if (room - copied >= kMatchOverwrite + length) {
@@ -291,10 +300,7 @@ Outcome decode(const Source src, const Destination dst, const History history) n
         if (static_cast<int64_t>(match.length) >= opFast - op) [[unlikely]] {
             return decodeCarefully(src, dst, history, ip, op, match);
         }
-        uint64_t copied = 0;
-        if (history.startsElsewhere(op, match.offset)) {
-            copied = history.copyFromElsewhere(op, match.offset, match.length);
-        }
+        const uint64_t copied = copyFromElsewhere(history, op, match.offset, match.length);
         if (copied < match.length) copyMatchFast(op + copied, match.offset, match.length - copied);
         op += match.length;
         token = nextToken;

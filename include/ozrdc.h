@@ -14,16 +14,16 @@
  *   memory, opens files, writes logs, starts threads, throws, or keeps a pointer after it has returned.
  * - **Status.** The result is a `Status`: 0 is success, a negative value is an error, a positive value is a warning,
  *   which means that useful work was done and that the lengths tell how much.
- * - **Argument checks** come before any work: null pointers first, in the order of the parameters (`StatusNullPointer`),
- *   then lengths and sizes (`StatusSizeError`), then modes, levels, factors and state identifiers. A call that fails a
- *   check leaves every output untouched. A function that departs from this order says so.
+ * - **Argument checks** come before any work: null pointers first, in the order of the parameters
+ * (`StatusNullPointer`), then lengths and sizes (`StatusSizeError`), then modes, levels, factors and state identifiers.
+ * A call that fails a check leaves every output untouched. A function that departs from this order says so.
  * - **Threads.** All tables of the library are constant. Any number of threads may call any functions at the same time,
  *   as long as no two of them share a state, a table or an output buffer.
  * - **Aliasing.** Buffers of one call must not overlap unless the function says that they may.
  * - **Alignment.** Byte buffers may start at any address.
  *
- * The type tags in the names: `_8u` unsigned 8-bit elements, `_16u` unsigned 16-bit, `_32f` 32-bit float; a name with two
- * tags reads the source type, then the destination type; `_I` marks an operation in place.
+ * The type tags in the names: `_8u` unsigned 8-bit elements, `_16u` unsigned 16-bit, `_32f` 32-bit float; a name with
+ * two tags reads the source type, then the destination type; `_I` marks an operation in place.
  */
 #ifndef OZRDC_H
 #define OZRDC_H
@@ -49,7 +49,8 @@ enum {
     StatusSourceExhausted = 32,
     /** Warning: the destination filled before all output was produced; lengths tell what was done. */
     StatusDestinationFull = 33,
-    /** Warning: the comparison sort of the block-sorting transform ran out of its work budget; its output is invalid. */
+    /** Warning: the comparison sort of the block-sorting transform ran out of its work budget; its output is invalid.
+     */
     StatusSortBudgetExceeded = 47,
     /** Warning: the next sequence of the high-compression LZ4 encoder does not fit in the destination. */
     StatusOutputTruncated = 48,
@@ -109,7 +110,8 @@ const LibraryVersion* ozrdcGetLibVersion(void) OZRDC_NOEXCEPT;
 /**
  * Adler-32 (RFC 1950), the checksum of zlib streams.
  *
- * A new checksum starts from 1. A null source starts one: the call writes 1 to `*pAdler` and succeeds, whatever `len` is.
+ * A new checksum starts from 1. A null source starts one: the call writes 1 to `*pAdler` and succeeds, whatever `len`
+ * is.
  *
  * @param[in]     pSrc    The bytes; may be null (see above).
  * @param[in]     len     Number of bytes. 0 or below processes nothing and leaves both halves of the value reduced
@@ -150,7 +152,8 @@ Status ozrsCRC32_8u(const uint8_t* pSrc, int32_t len, uint32_t* pCRC) OZRDC_NOEX
 Status ozrsCRC32_BZ2_8u(const uint8_t* pSrc, int32_t len, uint32_t* pCRC) OZRDC_NOEXCEPT;
 
 /**
- * CRC-32C (Castagnoli, reflected polynomial 0x82F63B78; RFC 3720), the checksum of iSCSI, ext4 and many storage engines.
+ * CRC-32C (Castagnoli, reflected polynomial 0x82F63B78; RFC 3720), the checksum of iSCSI, ext4 and many storage
+ * engines.
  *
  * Unlike `ozrsCRC32_8u` this function does **not** invert: `*pCRC` is the raw register. For the standard checksum start
  * from 0xFFFFFFFF and invert the last value.
@@ -189,8 +192,8 @@ Status ozrsCRC32C_8u(const uint8_t* pSrc, uint32_t len, uint32_t* pCRC) OZRDC_NO
  * @retval StatusOk               The block was decoded. A destination that fills exactly at the end of a literal run
  *                                also gives this status, even if source bytes remain.
  * @retval StatusDestinationFull  Literals or a match do not fit; what fits was written.
- * @retval StatusSourceExhausted  The source ends inside a sequence: a literal run ends in the last 8 source bytes but not
- *                                at the end, or the bytes of a length or an offset run off the source.
+ * @retval StatusSourceExhausted  The source ends inside a sequence: a literal run ends in the last 8 source bytes but
+ * not at the end, or the bytes of a length or an offset run off the source.
  * @retval StatusNullPointer      `pSrc`, `pDst` or `pDstLen` is null.
  * @retval StatusSizeError        `srcLen` or `*pDstLen` is below 1, or a match length does not fit 32 bits.
  * @retval StatusError            A match reaches before the start of the output.
@@ -205,10 +208,10 @@ Status ozrsDecodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
  * 1. `pDict` is null or `dictSize` is 0: there is none; the block is self-contained.
  * 2. The dictionary ends exactly where the output begins (`pDict + dictSize == pDst + dstIdx`): the history is the
  *    `dictSize` bytes in front of the output (prefix mode; for blocks decoded one behind another into one buffer).
- * 3. Otherwise the dictionary is separate. The destination is seen as one address space whose first `dictSize` positions
- *    stand for the dictionary: they are read from `pDict`, never from `pDst`, and a match that runs past them goes on in
- *    `pDst + dictSize`. Callers normally pass `dstIdx == dictSize`. With a smaller `dstIdx` the output below `dictSize`
- *    cannot be reached by matches: the dictionary hides it.
+ * 3. Otherwise the dictionary is separate. The destination is seen as one address space whose first `dictSize`
+ * positions stand for the dictionary: they are read from `pDict`, never from `pDst`, and a match that runs past them
+ * goes on in `pDst + dictSize`. Callers normally pass `dstIdx == dictSize`. With a smaller `dstIdx` the output below
+ * `dictSize` cannot be reached by matches: the dictionary hides it.
  *
  * @param[in]     pSrc      The block.
  * @param[in,out] pSrcLen   In: its length in bytes, at least 1. Out: bytes consumed. Left alone on an error.
@@ -255,8 +258,8 @@ Status ozrsEncodeLZ4HashTableInit_8u(uint8_t* pHashTable, int32_t srcLen) OZRDC_
  *
  * @param[in]  pSrc        The bytes to encode.
  * @param[in]  srcLen      Their number n, at least 1.
- * @param[out] pDst        Receives the block: n + n / 255 + 16 bytes must be writable. Bytes behind the block, up to that
- *                         size, are unspecified.
+ * @param[out] pDst        Receives the block: n + n / 255 + 16 bytes must be writable. Bytes behind the block, up to
+ * that size, are unspecified.
  * @param[out] pDstLen     Receives the length of the block in bytes.
  * @param[out] pHashTable  Scratch, 16384 bytes at any address; cleared by the call (before its other checks), and worth
  *                         nothing after it.
@@ -271,17 +274,17 @@ Status ozrsEncodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
  * Encodes as much of a buffer as fits into the destination as one LZ4 block.
  *
  * The output is always a valid block for the source bytes consumed. Decoders that insist on the format's rule that the
- * last five bytes are literals and that no match starts in the last twelve may refuse it in one rare case: when the block
- * was cut because the destination was full, and the extension bytes of its last literal run leave the match before it
- * ending closer to the end than they allow. A block cut short should therefore go to a decoder that accepts this, as the
- * ones of this library do, or be encoded again from less source.
+ * last five bytes are literals and that no match starts in the last twelve may refuse it in one rare case: when the
+ * block was cut because the destination was full, and the extension bytes of its last literal run leave the match
+ * before it ending closer to the end than they allow. A block cut short should therefore go to a decoder that accepts
+ * this, as the ones of this library do, or be encoded again from less source.
  *
  * @param[in]     pSrc        The bytes to encode.
  * @param[in,out] pSrcLen     In: their number, at least 1. Out: bytes consumed.
  * @param[out]    pDst        Receives the block. Nothing is written past its capacity.
  * @param[in,out] pDstLen     In: capacity in bytes, at least 1. Out: length of the block.
- * @param[out]    pHashTable  Scratch, 16384 bytes at any address; cleared by the call (after the null test of `pSrcLen`,
- *                            before its other checks).
+ * @param[out]    pHashTable  Scratch, 16384 bytes at any address; cleared by the call (after the null test of
+ * `pSrcLen`, before its other checks).
  * @retval StatusOk               All of the source was consumed.
  * @retval StatusDestinationFull  Part of the source was consumed, `*pSrcLen` tells how much (it may be 0).
  * @retval StatusNullPointer      A pointer is null; `pSrcLen` is tested first.

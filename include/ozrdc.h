@@ -15,8 +15,8 @@
  * - **Status.** The result is a `Status`: 0 is success, a negative value is an error, a positive value is a warning,
  *   which means that useful work was done and that the lengths tell how much.
  * - **Argument checks** come before any work: null pointers first, in the order of the parameters
- * (`StatusNullPointer`), then lengths and sizes (`StatusSizeError`), then modes, levels, factors and state identifiers.
- * A call that fails a check leaves every output untouched. A function that departs from this order says so.
+ *   (`StatusNullPointer`), then lengths and sizes (`StatusSizeError`), then modes, levels, factors and state
+ *   identifiers. A call that fails a check leaves every output untouched. A function that departs from this says so.
  * - **Threads.** All tables of the library are constant. Any number of threads may call any functions at the same time,
  *   as long as no two of them share a state, a table or an output buffer.
  * - **Aliasing.** Buffers of one call must not overlap unless the function says that they may.
@@ -49,8 +49,7 @@ enum {
     StatusSourceExhausted = 32,
     /** Warning: the destination filled before all output was produced; lengths tell what was done. */
     StatusDestinationFull = 33,
-    /** Warning: the comparison sort of the block-sorting transform ran out of its work budget; its output is invalid.
-     */
+    /** Warning: the comparison sort of the block-sorting transform ran out of its budget; its output is invalid. */
     StatusSortBudgetExceeded = 47,
     /** Warning: the next sequence of the high-compression LZ4 encoder does not fit in the destination. */
     StatusOutputTruncated = 48,
@@ -110,8 +109,8 @@ const LibraryVersion* ozrdcGetLibVersion(void) OZRDC_NOEXCEPT;
 /**
  * Adler-32 (RFC 1950), the checksum of zlib streams.
  *
- * A new checksum starts from 1. A null source starts one: the call writes 1 to `*pAdler` and succeeds, whatever `len`
- * is.
+ * A new checksum starts from 1. A null source starts one: whatever `len` is, the call writes 1 to `*pAdler` and
+ * succeeds.
  *
  * @param[in]     pSrc    The bytes; may be null (see above).
  * @param[in]     len     Number of bytes. 0 or below processes nothing and leaves both halves of the value reduced
@@ -152,8 +151,7 @@ Status ozrsCRC32_8u(const uint8_t* pSrc, int32_t len, uint32_t* pCRC) OZRDC_NOEX
 Status ozrsCRC32_BZ2_8u(const uint8_t* pSrc, int32_t len, uint32_t* pCRC) OZRDC_NOEXCEPT;
 
 /**
- * CRC-32C (Castagnoli, reflected polynomial 0x82F63B78; RFC 3720), the checksum of iSCSI, ext4 and many storage
- * engines.
+ * CRC-32C (Castagnoli, reflected polynomial 0x82F63B78; RFC 3720), the checksum of iSCSI, ext4 and storage engines.
  *
  * Unlike `ozrsCRC32_8u` this function does **not** invert: `*pCRC` is the raw register. For the standard checksum start
  * from 0xFFFFFFFF and invert the last value.
@@ -193,7 +191,7 @@ Status ozrsCRC32C_8u(const uint8_t* pSrc, uint32_t len, uint32_t* pCRC) OZRDC_NO
  *                                also gives this status, even if source bytes remain.
  * @retval StatusDestinationFull  Literals or a match do not fit; what fits was written.
  * @retval StatusSourceExhausted  The source ends inside a sequence: a literal run ends in the last 8 source bytes but
- * not at the end, or the bytes of a length or an offset run off the source.
+ *                                not at the end, or the bytes of a length or an offset run off the source.
  * @retval StatusNullPointer      `pSrc`, `pDst` or `pDstLen` is null.
  * @retval StatusSizeError        `srcLen` or `*pDstLen` is below 1, or a match length does not fit 32 bits.
  * @retval StatusError            A match reaches before the start of the output.
@@ -209,9 +207,9 @@ Status ozrsDecodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
  * 2. The dictionary ends exactly where the output begins (`pDict + dictSize == pDst + dstIdx`): the history is the
  *    `dictSize` bytes in front of the output (prefix mode; for blocks decoded one behind another into one buffer).
  * 3. Otherwise the dictionary is separate. The destination is seen as one address space whose first `dictSize`
- * positions stand for the dictionary: they are read from `pDict`, never from `pDst`, and a match that runs past them
- * goes on in `pDst + dictSize`. Callers normally pass `dstIdx == dictSize`. With a smaller `dstIdx` the output below
- * `dictSize` cannot be reached by matches: the dictionary hides it.
+ *    positions stand for the dictionary: they are read from `pDict`, never from `pDst`, and a match that runs past
+ *    them goes on in `pDst + dictSize`. Callers normally pass `dstIdx == dictSize`. With a smaller `dstIdx` the output
+ *    below `dictSize` cannot be reached by matches: the dictionary hides it.
  *
  * @param[in]     pSrc      The block.
  * @param[in,out] pSrcLen   In: its length in bytes, at least 1. Out: bytes consumed. Left alone on an error.
@@ -259,7 +257,7 @@ Status ozrsEncodeLZ4HashTableInit_8u(uint8_t* pHashTable, int32_t srcLen) OZRDC_
  * @param[in]  pSrc        The bytes to encode.
  * @param[in]  srcLen      Their number n, at least 1.
  * @param[out] pDst        Receives the block: n + n / 255 + 16 bytes must be writable. Bytes behind the block, up to
- * that size, are unspecified.
+ *                         that size, are unspecified.
  * @param[out] pDstLen     Receives the length of the block in bytes.
  * @param[out] pHashTable  Scratch, 16384 bytes at any address; cleared by the call (before its other checks), and worth
  *                         nothing after it.
@@ -284,7 +282,7 @@ Status ozrsEncodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
  * @param[out]    pDst        Receives the block. Nothing is written past its capacity.
  * @param[in,out] pDstLen     In: capacity in bytes, at least 1. Out: length of the block.
  * @param[out]    pHashTable  Scratch, 16384 bytes at any address; cleared by the call (after the null test of
- * `pSrcLen`, before its other checks).
+ *                            `pSrcLen`, before its other checks).
  * @retval StatusOk               All of the source was consumed.
  * @retval StatusDestinationFull  Part of the source was consumed, `*pSrcLen` tells how much (it may be 0).
  * @retval StatusNullPointer      A pointer is null; `pSrcLen` is tested first.

@@ -8,7 +8,7 @@ namespace ozrz::lz4 {
 
 uint32_t xxh32(Bytes bytes) {
     // An empty span may have no address, and the headers want one.
-    return bytes.empty() ? XXH32("", 0, 0) : XXH32(bytes.data(), bytes.size(), 0);
+    return bytes.data() == nullptr ? XXH32("", 0, 0) : XXH32(bytes.data(), bytes.size(), 0);
 }
 
 struct Xxh32::State {

@@ -8,7 +8,9 @@ namespace ozrz::lz4 {
 
 uint32_t xxh32(Bytes bytes) {
     // An empty span may have no address, and the headers want one.
-    return bytes.data() == nullptr ? XXH32("", 0, 0) : XXH32(bytes.data(), bytes.size(), 0);
+    static constexpr uint8_t kNothing = 0;
+    const uint8_t* const data = bytes.data() == nullptr ? &kNothing : bytes.data();
+    return XXH32(data, bytes.size(), 0);
 }
 
 struct Xxh32::State {

@@ -172,15 +172,17 @@ Status ozrsCRC32C_8u(const uint8_t* pSrc, uint32_t len, uint32_t* pCRC) OZRDC_NO
  * Encoders and decoders of single blocks of the published LZ4 block format. Frames, block headers and checksums are the
  * caller's.
  *
- * A block of n source bytes takes at most n + n / 255 + 16 bytes.
+ * A block of n source bytes takes at most n + n / 255 + 16 bytes. Sources above 2139095024 bytes may make a block whose
+ * length does not fit the 32 bits of `*pDstLen`: cut them, or use the bounded encoder.
  *  @{ */
 
 /**
  * Decodes one self-contained LZ4 block.
  *
  * Any bytes may be given: nothing is read outside the source or written outside the destination. What lies in the
- * destination behind the bytes written is unspecified, up to its capacity. An offset of 0 is not refused: such a match
- * leaves in the output whatever the destination held there.
+ * destination behind the bytes written is unspecified, up to its capacity. An offset of 0 is not refused: the bytes of
+ * such a match are unspecified. They are what the destination held, which the decoder's own copies of whole units may
+ * have overwritten before.
  *
  * @param[in]     pSrc     The block.
  * @param[in]     srcLen   Its length in bytes, at least 1. A single byte decodes to nothing, with
@@ -188,10 +190,15 @@ Status ozrsCRC32C_8u(const uint8_t* pSrc, uint32_t len, uint32_t* pCRC) OZRDC_NO
  * @param[out]    pDst     Receives the decoded bytes.
  * @param[in,out] pDstLen  In: capacity of `pDst` in bytes, at least 1. Out: bytes written. Left alone on an error.
  * @retval StatusOk               The block was decoded. A destination that fills exactly at the end of a literal run
- *                                also gives this status, even if source bytes remain.
- * @retval StatusDestinationFull  Literals or a match do not fit; what fits was written.
+ *                                also gives this status, even if source bytes remain, and so does a block that was
+ *                                cut right behind a match, or one byte further. Whether a block is whole shows in its
+ *                                length, which the caller has to know, or in `*pSrcLen` of `ozrsDecodeLZ4Dict_8u`.
+ * @retval StatusDestinationFull  Literals or a match do not fit. What fits was written; if the source ends inside the
+ *                                literals, that may be less than the capacity.
  * @retval StatusSourceExhausted  The source ends inside a sequence: a literal run ends in the last 8 source bytes but
- *                                not at the end, or the bytes of a length or an offset run off the source.
+ *                                not at the end, or the bytes of a length or an offset run off the source. (Runs of 25
+ *                                to 32 literals whose token stands at least 34 bytes before the source's end are taken
+ *                                wherever they end; 33 bytes with a history.)
  * @retval StatusNullPointer      `pSrc`, `pDst` or `pDstLen` is null.
  * @retval StatusSizeError        `srcLen` or `*pDstLen` is below 1, or a match length does not fit 32 bits.
  * @retval StatusError            A match reaches before the start of the output.
@@ -201,20 +208,24 @@ Status ozrsDecodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
 /**
  * Decodes one LZ4 block whose matches may reach into earlier history.
  *
- * Output goes to `pDst + dstIdx`. Where the history lies is decided in this order:
+ * Output goes to `pDst + dstIdx`. Nothing is read outside the source and the history, or written outside the output;
+ * what lies behind the bytes written is unspecified, up to the capacity. Where the history lies is decided in this
+ * order:
  *
  * 1. `pDict` is null or `dictSize` is 0: there is none; the block is self-contained.
  * 2. The dictionary ends exactly where the output begins (`pDict + dictSize == pDst + dstIdx`): the history is the
- *    `dictSize` bytes in front of the output (prefix mode; for blocks decoded one behind another into one buffer).
+ *    `dictSize` bytes in front of the output, which must be readable (prefix mode; for blocks decoded one behind
+ *    another into one buffer).
  * 3. Otherwise the dictionary is separate. The destination is seen as one address space whose first `dictSize`
  *    positions stand for the dictionary: they are read from `pDict`, never from `pDst`, and a match that runs past
  *    them goes on in `pDst + dictSize`. Callers normally pass `dstIdx == dictSize`. With a smaller `dstIdx` the output
- *    below `dictSize` cannot be reached by matches: the dictionary hides it.
+ *    below `dictSize` cannot be reached by matches: the dictionary hides it. With a larger one the bytes between
+ *    `pDst + dictSize` and `pDst + dstIdx` are read as earlier output.
  *
  * @param[in]     pSrc      The block.
  * @param[in,out] pSrcLen   In: its length in bytes, at least 1. Out: bytes consumed. Left alone on an error.
  * @param[out]    pDst      Base of the destination.
- * @param[in]     dstIdx    Where the output begins, in bytes from `pDst`.
+ * @param[in]     dstIdx    Where the output begins, in bytes from `pDst`; may be negative.
  * @param[in,out] pDstLen   In: capacity from `pDst + dstIdx` on, at least 1. Out: bytes written there. Left alone on an
  *                          error.
  * @param[in]     pDict     The dictionary, or null.
@@ -271,15 +282,14 @@ Status ozrsEncodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
 /**
  * Encodes as much of a buffer as fits into the destination as one LZ4 block.
  *
- * The output is always a valid block for the source bytes consumed. Decoders that insist on the format's rule that the
- * last five bytes are literals and that no match starts in the last twelve may refuse it in one rare case: when the
- * block was cut because the destination was full, and the extension bytes of its last literal run leave the match
- * before it ending closer to the end than they allow. A block cut short should therefore go to a decoder that accepts
- * this, as the ones of this library do, or be encoded again from less source.
+ * The output is always a valid block for the source bytes consumed. When it was cut (`StatusDestinationFull`), its last
+ * match may start fewer than 12 bytes before the end of what it decodes to. Decoders that insist on the format's rule
+ * against that refuse the block if they are given exactly `*pSrcLen` bytes of room; the ones of this library take it.
  *
  * @param[in]     pSrc        The bytes to encode.
  * @param[in,out] pSrcLen     In: their number, at least 1. Out: bytes consumed.
- * @param[out]    pDst        Receives the block. Nothing is written past its capacity.
+ * @param[out]    pDst        Receives the block. Nothing is written past its capacity; bytes behind the block,
+ *                            up to there, are unspecified.
  * @param[in,out] pDstLen     In: capacity in bytes, at least 1. Out: length of the block.
  * @param[out]    pHashTable  Scratch, 16384 bytes at any address; cleared by the call (after the null test of
  *                            `pSrcLen`, before its other checks).

@@ -45,7 +45,7 @@ template <uint32_t vectors, uint32_t apart, uint32_t steps, uint32_t runs>
 struct Layout {
     static constexpr uint32_t kVectors = vectors;
     static constexpr uint32_t kApart = apart;  // distance of the vectors of a step, in bytes
-    // Neighbours have different weights, pieces 65521 bytes apart have not.
+    // Neighbors have different weights, pieces 65521 bytes apart have not.
     static constexpr bool kNeighbors = apart == kVector;
     static_assert(kNeighbors ? vectors == 2 : apart % kModulus == 0);
     // What one step advances by. Weights are counted in these bytes, each of which may stand for several.
@@ -221,7 +221,7 @@ static_assert(kModulus % FarLayout::kRunBytes == 1);
 [[gnu::noinline]] void addPieces(Sums& sums, const uint8_t* p) noexcept {
     const uint8_t* last = p + addRuns<FarLayout>(sums, p, kModulus);
     uint32_t sum = 0;
-    for (uint32_t i = 0; i < FarLayout::kVectors; ++i, last += kModulus) sum += *last;
+    for (size_t i = 0; i < FarLayout::kVectors; ++i) sum += last[i * kModulus];
     sums.add(1, sum, sum);
     sums.reduce();
 }

@@ -43,7 +43,8 @@ struct BlockArithmetic<BitOrder::LeastFirst, polynomial> {
         return _mm_cvtsi32_si128(static_cast<int>(crc));
     }
 
-    // Moves bytes towards the start or the end of the message, dropping what leaves and filling up with zeros.
+    // The masks of shuffles that move bytes by n towards the start or the end of the message, cut from `window`: zeros,
+    // the identity, zeros.
     [[gnu::always_inline]] static inline __m128i shuffleForward(const uint8_t* window, size_t n) noexcept {
         return load128(window - n);
     }
@@ -136,7 +137,7 @@ struct BlockFolding : Arithmetic {
         return Arithmetic::toRegister(load128(p));
     }
 
-    // Two and four neighbouring blocks as one.
+    // Two and four neighboring blocks as one.
     OZRDC_FOLDING __m128i join2(__m128i a, __m128i b) noexcept { return foldOnto<128>(a, b); }
     OZRDC_FOLDING __m128i join4(__m128i a, __m128i b, __m128i c, __m128i d) noexcept {
         return join2(foldOnto<256>(a, c), foldOnto<256>(b, d));
@@ -144,3 +145,5 @@ struct BlockFolding : Arithmetic {
 };
 
 }  // namespace ozrdc
+
+#undef OZRDC_FOLDING

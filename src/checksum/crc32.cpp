@@ -15,7 +15,7 @@ namespace {
 constexpr SlicingTables crc_table_il8 = makeSlicingTables<BitOrder::LeastFirst>(kPolynomialCrc32);
 
 // The table of a byte is named by how far right of the register's top the byte would stand: 32 bits and the eight bits
-// of each byte that follows.
+// of each byte that follows. Sixteen bytes a step need sixteen of them.
 constexpr const ByteTable& crc_table_il8_o32 = crc_table_il8[0];
 constexpr const ByteTable& crc_table_il8_o40 = crc_table_il8[1];
 static_assert(crc_table_il8_o32[128] == 0xEDB88320);

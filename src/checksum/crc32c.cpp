@@ -6,7 +6,7 @@
 // instruction itself, as the reduction, can do.
 //
 // Long messages keep the carry-less multiplier busy as well: it stands on other ports, so that while four lanes run
-// through the instruction, a fifth of twice a lane's length is folded (see folding.h). Together they are half again as
+// through the instruction, a fifth lane, twice as long, is folded (see folding.h). Together they are half again as
 // fast as the instruction alone.
 
 #include <nmmintrin.h>
@@ -57,7 +57,7 @@ uint32_t ownsCRC32C_8u(uint32_t crc, const uint8_t* p, size_t len) noexcept {
 
 constexpr size_t kLanes = 3;
 
-// Registers of neighbouring lanes of equal length.
+// Registers of neighboring lanes of equal length.
 struct LaneRegisters {
     uint64_t r[kLanes];
 };

@@ -82,7 +82,8 @@ class Folding {
 
     // Takes up the last bytes of a message, fewer than a block: `tail` holds the 16 bytes that end there. Accumulator
     // and new bytes together are 16 + n bytes: the first n are folded onto the other 16.
-    OZRDC_FOLDING __m128i foldTail(__m128i accumulator, __m128i tail, size_t n) noexcept {
+    [[gnu::target("pclmul"), gnu::always_inline]] static inline __m128i foldTail(__m128i accumulator, __m128i tail,
+                                                                                 size_t n) noexcept {
         constexpr uint8_t kNone = 0x80;  // pshufb: a zero byte
         alignas(16) static constexpr std::array<uint8_t, 48> kWindow = {
             kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone, kNone,
@@ -162,7 +163,7 @@ class Folding {
         for (Source& source : sources) source.at += source.advance;
     }
 
-    // Takes up `steps` steps of 256 bytes at `p`, thinned. The accumulators are those of 8 neighbouring blocks before
+    // Takes up `steps` steps of 256 bytes at `p`, thinned. The accumulators are those of 8 neighboring blocks before
     // and after.
     [[gnu::target("pclmul"), gnu::noinline]] static void foldThinned(Accumulators& accumulators, const uint8_t* p,
                                                                      size_t steps) noexcept {
@@ -172,7 +173,7 @@ class Folding {
         thinned.removed = static_cast<ptrdiff_t>(removing * kPairsPerStep);
         Sources sources;
 
-        // From 8 neighbouring blocks to the odd ones of the last 16: the even go to the odd behind them.
+        // From 8 neighboring blocks to the odd ones of the last 16: the even go to the odd behind them.
         Accumulators a;
         for (size_t i = 0; i < kAccumulators / 2; ++i) {
             a[i] = _mm_setzero_si128();
@@ -273,5 +274,3 @@ class Folding {
 };
 
 }  // namespace ozrdc
-
-#undef OZRDC_FOLDING

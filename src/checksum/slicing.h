@@ -45,7 +45,8 @@ constexpr SlicingTables makeSlicingTables(uint32_t polynomial) {
 
 namespace detail {
 
-// The parts of the eight bytes of `word`, of which the first is followed by `firstSlice` more bytes in its step.
+// The parts of the first `bytes` bytes of `word`, of which the first is followed by `firstSlice` more bytes in its
+// step.
 template <size_t firstSlice, size_t bytes>
 [[gnu::always_inline]] inline uint32_t sliceWord(const SlicingTables& tables, uint64_t word) noexcept {
     uint32_t r = 0;

@@ -1,5 +1,5 @@
-// Unaligned little-endian and big-endian loads and stores. x86-64 does each in one instruction; memcpy is how C++ says
-// so without undefined behaviour.
+// Unaligned little-endian loads and stores. x86-64 does each in one instruction; memcpy is how C++ says
+// so without undefined behavior.
 #pragma once
 
 #include <emmintrin.h>
@@ -36,7 +36,9 @@ template <typename Word>
     _mm_storeu_si128(static_cast<__m128i_u*>(p), v);
 }
 
-// Copies exactly N bytes, N a small power of two, through a register.
+// Copies exactly N bytes: 2, 4, 8, or a multiple of 16. The units are copied in order, each loaded after the one before
+// it was stored, so that the source may also lie N or 16 bytes in front of the destination, whichever is less: copies
+// of matches rely on it.
 template <unsigned N>
 [[gnu::always_inline]] inline void copyBlock(void* dst, const void* src) noexcept {
     static_assert(N == 2 || N == 4 || N == 8 || N % 16 == 0);
@@ -47,8 +49,6 @@ template <unsigned N>
     } else if constexpr (N == 8) {
         store64(dst, load64(src));
     } else {
-        // All loads before the stores would need N / 16 registers for nothing: the blocks may overlap only where the
-        // caller has said that they do not.
         for (unsigned i = 0; i < N; i += 16) {
             store128(static_cast<uint8_t*>(dst) + i, load128(static_cast<const uint8_t*>(src) + i));
         }

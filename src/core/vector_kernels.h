@@ -80,12 +80,12 @@ inline Status ozrsAddC_32s_Sfs(const int32_t* pSrc, int32_t value, int32_t* pDst
 
 // Shifts every element left. A shift of 32 or more clears the vector before any other check is made.
 // Returns -32 for a negative shift, a status that no exported function passes on.
-constexpr Status kStatusShiftError = -32;
+constexpr Status StatusShiftError = -32;
 
 inline Status ozrsLShiftC_32s_I(int32_t shift, int32_t* pSrcDst, int32_t len) noexcept {
     if (shift >= 32) return ozrsZero_32s(pSrcDst, len);
     if (Status s = detail::checkVector(anyNull(pSrcDst), len)) return s;
-    if (shift < 0) return kStatusShiftError;
+    if (shift < 0) return StatusShiftError;
     if (shift == 0) return StatusOk;
     for (int32_t i = 0; i < len; ++i) {
         pSrcDst[i] = static_cast<int32_t>(static_cast<uint32_t>(pSrcDst[i]) << shift);

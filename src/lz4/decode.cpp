@@ -356,7 +356,7 @@ Status y8_ozrsDecodeLZ4Dict_8u(const uint8_t* pSrc, int32_t* pSrcLen, uint8_t* p
     if (dictEnd == reinterpret_cast<uintptr_t>(output)) {
         return ownsDecodeLZ4WithPrefix_8u(pSrc, pSrcLen, output, pDstLen, dictSize);
     }
-    if (*pSrcLen < 1 || *pDstLen < 1 || dictSize < 1) return StatusSizeError;
+    if (dictSize < 1) return StatusSizeError;
     return decodeChecked(pSrc, pSrcLen, output, pDstLen, [=](Source src, Destination dst) noexcept {
         return decode<kSourceMarginWithHistory>(src, dst, Separate{pDst, pDict, dictSize});
     });

@@ -11,7 +11,6 @@
 #include "core/arguments.h"
 #include "core/entry_points.h"
 #include "core/match_length.h"
-#include "core/vector_kernels.h"
 #include "lz4/format.h"
 #include "lz4/hash_search.h"
 #include "lz4/sequence_writer.h"
@@ -80,7 +79,7 @@ template <class Table, class Writer>
 template <class Table>
 [[gnu::noinline]] Block encodeAccelerated(const Source src, uint8_t* pHashTable, UncheckedWriter writer,
                                           int64_t acceleration) noexcept {
-    Table{pHashTable}.clear();
+    Table::clear(pHashTable);
     // With narrow positions every match may reach as far as the first.
     constexpr int64_t margin = Table::kOffsetsAlwaysFit ? kFirstMatchMargin : kNextMatchMargin;
     return encode(src, AcceleratedSearch<Table>{prober<Table>(src, pHashTable), acceleration}, writer, margin);
@@ -88,9 +87,7 @@ template <class Table>
 
 // Clears the part of the table that a source of this length uses.
 Status clearTable(uint8_t* pHashTable, int32_t srcLen) noexcept {
-    constexpr int32_t kEntries = NarrowTable::kMask + 1;
-    static_assert(kEntries == WideTable::kMask + 1);
-    return srcLen < kShortSource ? ozrsZero_16s(pHashTable, kEntries) : ozrsZero_32s(pHashTable, kEntries);
+    return srcLen < kShortSource ? NarrowTable::clear(pHashTable) : WideTable::clear(pHashTable);
 }
 
 }  // namespace

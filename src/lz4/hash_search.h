@@ -12,11 +12,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "core/crc_hash.h"
 #include "core/opaque.h"
 #include "core/unaligned.h"
+#include "core/vector_kernels.h"
 #include "lz4/format.h"
 
 namespace ozrdc::lz4 {
@@ -44,7 +44,11 @@ struct HashTable {
 
     uint8_t* slots;
 
-    void clear() const noexcept { std::memset(slots, 0, kSize); }
+    // Clears a table; the status is that of the clearing.
+    static Status clear(uint8_t* slots) noexcept {
+        constexpr int32_t kEntries = kMask + 1;
+        return sizeof(Position) == 2 ? ozrsZero_16s(slots, kEntries) : ozrsZero_32s(slots, kEntries);
+    }
 
     // Reads the slot of a hash and enters a position there.
     [[gnu::always_inline]] int64_t exchange(uint32_t hash, int64_t position) const noexcept {

@@ -133,14 +133,11 @@ struct BoundedWriter {
     // Decides as exactly as the end of the destination demands. Returns the length that the match may have beyond the
     // shortest, or -1 if the sequence does not fit.
     [[gnu::noinline, gnu::cold]] int64_t admitNearEnd(uint64_t count, int64_t extra) const noexcept {
-        int64_t room = end - op - kReserve;
-        // This estimate of the run's extension is one short for some counts: what it lets pass ends at most 3 bytes
-        // into the reserve.
-        if (static_cast<int64_t>(1 + count + count / kExtensionMax) > room) return -1;
-        room -= static_cast<int64_t>(1 + extensionLength(count) + count + 2);
+        // What is left of the destination, less the reserve, behind token, literals and offset.
+        const int64_t room = end - op - kReserve - static_cast<int64_t>(1 + extensionLength(count) + count + 2);
         if (static_cast<int64_t>(extensionLength(static_cast<uint64_t>(extra))) <= room) return extra;
+        // Of the reserve, one byte may be used by what is in front of the extension, and two by the extension.
         if (room < -1) return -1;
-        // The longest match whose extension ends two bytes into the reserve.
         return std::min(extra, kExtensionMax * room + 524);
     }
 

@@ -1,27 +1,38 @@
 #include "support/feature_mask.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstddef>
 
 #include "core/features.h"
 
 namespace {
 
 constexpr uint64_t kAllFeatures = ~uint64_t{0};
+constexpr std::size_t kRemembered = 16;
 
 std::atomic<uint64_t> visibleFeatures{kAllFeatures};
-std::atomic<uint64_t> queries{0};
+// Not a counter with fetch_add: the locked instruction would weigh on benchmarks, and nothing listens to several
+// threads.
+std::array<std::atomic<uint64_t>, kRemembered> questions{};
+std::atomic<std::size_t> questionCount{0};
 
 }  // namespace
 
 extern "C" uint64_t ownGetFeature(uint64_t mask) noexcept {
-    // Not fetch_add: the locked instruction would weigh on benchmarks, and nothing counts from several threads.
-    queries.store(queries.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    const std::size_t n = questionCount.load(std::memory_order_relaxed);
+    if (n < kRemembered) questions[n].store(mask, std::memory_order_relaxed);
+    questionCount.store(n + 1, std::memory_order_relaxed);
     return ozrdc::test::presentFeatures(mask) & visibleFeatures.load(std::memory_order_relaxed);
 }
 
 namespace ozrdc::test {
 
-FeatureMask::FeatureMask(uint64_t visible) noexcept { visibleFeatures.store(visible, std::memory_order_relaxed); }
+FeatureMask::FeatureMask(uint64_t visible) noexcept {
+    visibleFeatures.store(visible, std::memory_order_relaxed);
+    questionCount.store(0, std::memory_order_relaxed);
+}
 FeatureMask::~FeatureMask() { visibleFeatures.store(kAllFeatures, std::memory_order_relaxed); }
 
 uint64_t presentFeatures(uint64_t mask) noexcept {
@@ -30,6 +41,9 @@ uint64_t presentFeatures(uint64_t mask) noexcept {
     return present & mask;
 }
 
-uint64_t featureQueries() noexcept { return queries; }
+std::vector<uint64_t> featureQuestions() {
+    const std::size_t n = std::min(questionCount.load(std::memory_order_relaxed), kRemembered);
+    return {questions.begin(), questions.begin() + static_cast<std::ptrdiff_t>(n)};
+}
 
 }  // namespace ozrdc::test

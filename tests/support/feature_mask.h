@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace ozrdc::test {
 
@@ -20,7 +21,7 @@ class FeatureMask {
 // What the processor has: the query without a mask.
 uint64_t presentFeatures(uint64_t mask) noexcept;
 
-// Number of questions the library has asked so far.
-uint64_t featureQueries() noexcept;
+// The masks that the library has asked for since the last feature mask began to live, in order: the first 16 of them.
+std::vector<uint64_t> featureQuestions();
 
 }  // namespace ozrdc::test

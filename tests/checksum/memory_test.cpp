@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -25,6 +26,26 @@ TEST_P(ChecksumMemory, NothingOutsideTheSourceIsRead) {
                 const uint32_t whole = checksum.ours(checksum.start, source.data(), len);
                 const uint32_t first = checksum.ours(checksum.start, source.data(), len / 3);
                 ASSERT_EQ(checksum.ours(first, source.data() + len / 3, len - len / 3), whole) << checksum.name << len;
+            }
+        }
+    }
+}
+
+// Adler-32 adds up pieces of 65521 bytes from 262084 bytes on, and so reads in another order: lengths at that
+// threshold, at odd places behind it, and behind several pieces.
+TEST_P(ChecksumMemory, NothingOutsideALongSourceIsRead) {
+    constexpr size_t kPieces = size_t{4} * 65521;
+    constexpr std::array<size_t, 10> lengths = {kPieces - 1,  kPieces,           kPieces + 1,     kPieces + 15,
+                                                kPieces + 16, kPieces + 4099,    kPieces + 65521, kPieces + 100003,
+                                                2 * kPieces,  2 * kPieces + 4097};
+    for (const Guard guard : {Guard::After, Guard::Before}) {
+        GuardedBuffer buffer(lengths.back(), guard);
+        for (const Checksum& checksum : checksums()) {
+            for (const size_t len : lengths) {
+                const std::span<const uint8_t> source = buffer.guarded(len);
+                ASSERT_EQ(checksum.ours(checksum.start, source.data(), len),
+                          reference(checksum, checksum.start, source))
+                    << checksum.name << ", " << len;
             }
         }
     }

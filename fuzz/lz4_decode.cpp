@@ -40,8 +40,7 @@ void compare(const Decoded& expected, Status status, int32_t consumed, int32_t w
         require(consumed == expected.consumed, "the count of bytes consumed is the reference's");
         require(written == expected.written, "the count of bytes written is the reference's");
     }
-    require(expected.outputUnspecified || std::equal(expected.output.begin(), expected.output.end(), output.begin()),
-            "the output is the reference's");
+    require(!expected.firstDifference(output), "the output is the reference's");
 }
 
 }  // namespace

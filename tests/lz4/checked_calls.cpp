@@ -29,10 +29,8 @@ std::string hex(ByteView bytes) {
     return text;
 }
 
-// Where two byte strings differ first.
-std::string difference(ByteView ours, ByteView expected) {
-    const auto [a, b] = std::mismatch(ours.begin(), ours.end(), expected.begin(), expected.end());
-    const auto at = static_cast<std::size_t>(a - ours.begin());
+// How two byte strings differ from an index on.
+std::string difference(ByteView ours, ByteView expected, std::size_t at) {
     const auto window = [at](ByteView bytes) {
         const ByteView rest = bytes.subspan(std::min(at, bytes.size()));
         return hex(rest.first(std::min<std::size_t>(rest.size(), 24)));
@@ -143,11 +141,9 @@ AssertionResult DecoderCheck::decodeOnce(Guard guard, ByteView block, int64_t ca
         return AssertionFailure() << "status " << status << ": consumed " << consumed << " instead of "
                                   << expectedConsumed << ", written " << written << " instead of " << expectedWritten;
     }
-    if (!expected_.outputUnspecified) {
-        const ByteView ours = ByteView(output).first(expected_.output.size());
-        if (!equal(ours, expected_.output)) {
-            return AssertionFailure() << "status " << status << ": " << difference(ours, expected_.output);
-        }
+    if (const auto at = expected_.firstDifference(output)) {
+        return AssertionFailure() << "status " << status << ": "
+                                  << difference(ByteView(output).first(expected_.output.size()), expected_.output, *at);
     }
     if (!equal(ByteView(target).first(before.size()), before)) {
         return AssertionFailure() << "written in front of the output";
@@ -163,8 +159,9 @@ AssertionResult EncoderCheck::compare(Status status, int32_t written, std::span<
     if (status != StatusOk) return AssertionFailure() << "status " << status;
     block_.assign(target.begin(), target.begin() + written);
     if (!equal(block_, expected)) {
+        const auto at = std::mismatch(block_.begin(), block_.end(), expected.begin(), expected.end()).first;
         return AssertionFailure() << "block of " << block_.size() << " bytes instead of " << expected.size() << ": "
-                                  << difference(block_, expected);
+                                  << difference(block_, expected, static_cast<std::size_t>(at - block_.begin()));
     }
     return AssertionSuccess();
 }

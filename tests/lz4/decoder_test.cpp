@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "lz4/block_builder.h"
 #include "lz4/checked_calls.h"
@@ -233,6 +234,29 @@ TEST(Lz4Decoder, OffsetZeroIsNotRefused) {
         atStart.sequence(0, 0, 30).lastRun(tail);
         ASSERT_TRUE(decoder.agreesInAllModes(atStart.block(), atStart.decodedSize() + kAmple, dictionary()));
         EXPECT_EQ(decoder.expected().status, StatusOk);
+    }
+}
+
+// Only the bytes of such a match, and copies of them, are unspecified; everything around them is what it would be.
+TEST(Lz4Decoder, OffsetZeroLeavesAllOtherBytesAlone) {
+    DecoderCheck decoder;
+    for (const int64_t length : {4, 18, 19, 40, 300}) {
+        for (const int64_t tail : {10, 100}) {
+            BlockBuilder builder;
+            builder.sequence(20, 0, length);       // unspecified: [20, 20 + length)
+            builder.sequence(6, 8, 12);            // copies two of them, six literals, the two again, two literals
+            builder.sequence(0, length + 38, 20);  // copies the first literals
+            builder.lastRun(tail);
+            for (const int64_t spare : {int64_t{0}, kAmple}) {
+                const int64_t capacity = builder.decodedSize() + spare;
+                ASSERT_TRUE(decoder.agreesInAllModes(builder.block(), capacity, dictionary())) << length;
+                const std::vector<bool>& known = decoder.expected().known;
+                ASSERT_EQ(decoder.expected().status, StatusOk);
+                ASSERT_EQ(std::ssize(known), builder.decodedSize());
+                EXPECT_EQ(std::count(known.begin(), known.end(), false), length + 4);
+                EXPECT_EQ(std::find(known.begin(), known.end(), false) - known.begin(), 20);
+            }
+        }
     }
 }
 

@@ -26,6 +26,7 @@ class Decoder {
         const std::span<const uint8_t> before =
             history.mode == History::Mode::Prefix ? history.dictionary : history.front;
         space_.assign(before.begin(), before.end());
+        known_.assign(before.size(), true);
         outputStart_ = static_cast<int64_t>(before.size());
     }
 
@@ -35,7 +36,7 @@ class Decoder {
         result.consumed = in_;
         result.written = written();
         result.output.assign(space_.begin() + outputStart_, space_.end());
-        result.outputUnspecified = outputUnspecified_;
+        result.known.assign(known_.begin() + outputStart_, known_.end());
         return result;
     }
 
@@ -59,17 +60,26 @@ class Decoder {
         return std::nullopt;
     }
 
-    void copyLiteral() { space_.push_back(block_[static_cast<size_t>(in_++)]); }
+    void append(uint8_t byte, bool known) {
+        space_.push_back(byte);
+        known_.push_back(known);
+    }
+
+    void copyLiteral() { append(block_[static_cast<size_t>(in_++)], true); }
 
     // Copies what both buffers allow of a run that does not fit one of them.
     void copyPartOfRun(int64_t length) {
         while (length-- > 0 && written() < capacity_ && in_ < sourceEnd_) copyLiteral();
     }
 
-    // The byte at a position of the address space, as a match sees it.
-    uint8_t at(int64_t position) const {
-        if (position < static_cast<int64_t>(shadow_.size())) return shadow_[static_cast<size_t>(position)];
-        return space_[static_cast<size_t>(position)];
+    // Appends the byte at a position of the address space, as a match sees it.
+    void appendFrom(int64_t position) {
+        const auto i = static_cast<size_t>(position);
+        if (i < shadow_.size()) {
+            append(shadow_[i], true);
+        } else {
+            append(space_[i], known_[i]);
+        }
     }
 
     // Reads offset and length of a match. Returns a status if decoding ends there.
@@ -91,10 +101,9 @@ class Decoder {
     void copyMatch(int64_t offset, int64_t length) {
         for (; length > 0; --length) {
             if (offset == 0) {
-                outputUnspecified_ = true;
-                space_.push_back(0);
+                append(0, false);
             } else {
-                space_.push_back(at(static_cast<int64_t>(space_.size()) - offset));
+                appendFrom(static_cast<int64_t>(space_.size()) - offset);
             }
         }
     }
@@ -172,11 +181,18 @@ class Decoder {
     Status initialStatus_;
     std::span<const uint8_t> shadow_;
     std::vector<uint8_t> space_;
+    std::vector<bool> known_;  // for each byte of `space_`
     int64_t outputStart_ = 0;
-    bool outputUnspecified_ = false;
 };
 
 }  // namespace
+
+std::optional<std::size_t> Decoded::firstDifference(std::span<const uint8_t> actual) const {
+    for (std::size_t i = 0; i < output.size(); ++i) {
+        if (known[i] && actual[i] != output[i]) return i;
+    }
+    return std::nullopt;
+}
 
 Decoded decode(std::span<const uint8_t> block, int64_t capacity, const History& history) {
     return Decoder(block, capacity, history).run();

@@ -2,7 +2,9 @@
 // which it applies. It predicts status, counts and bytes of the library's decoders for any block, well-formed or not.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -29,8 +31,12 @@ struct Decoded {
     int64_t written = 0;
     // The bytes written; after an error, the bytes written before it.
     std::vector<uint8_t> output;
-    // A match with offset 0 was met: it leaves arbitrary bytes in the output, and later matches may copy them.
-    bool outputUnspecified = false;
+    // For each byte written, whether its value is known. A match with offset 0 leaves arbitrary bytes in the output,
+    // and later matches may copy them; all others are known.
+    std::vector<bool> known;
+
+    // The index of the first known byte that `actual` has otherwise, or nothing. `actual` is as long at least.
+    std::optional<std::size_t> firstDifference(std::span<const uint8_t> actual) const;
 };
 
 // Decodes `block` into a destination of `capacity` bytes. Both are at least one byte.

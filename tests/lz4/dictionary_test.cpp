@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "lz4/block_builder.h"
 #include "lz4/checked_calls.h"
@@ -157,6 +158,143 @@ TEST(Lz4Dictionary, OffsetsReachADictionaryOf64KiB) {
         ASSERT_TRUE(decoder.agreesInAllModes(builder.block(), builder.decodedSize() + kAmple, dictionary));
         EXPECT_EQ(decoder.expected().status, StatusOk);
     }
+}
+
+struct Result {
+    Status status;
+    int32_t consumed;
+    int32_t written;
+    bool operator==(const Result&) const = default;
+};
+
+// A negative index puts the output in front of `pDst`. Without a dictionary, and with a prefix, `pDst` says no more
+// than where the output lies.
+TEST(Lz4Dictionary, OutputInFrontOfTheBaseDecodesAsUsualWithoutADictionaryAndBehindAPrefix) {
+    const Bytes prefix = sampleKind("random").make(50, 37);
+    GuardedArena source(Guard::After);
+    for (const Guard guard : {Guard::After, Guard::Before}) {
+        for (const int64_t reach : {0, 1, 50, 51}) {
+            for (const int64_t tail : {8, 100}) {
+                BlockBuilder builder;
+                builder.sequence(20, 20 + reach, 60).lastRun(tail);
+                const std::span<const uint8_t> block = source.take(builder.block());
+                const int64_t capacity = builder.decodedSize();
+                for (const bool hasPrefix : {false, true}) {
+                    const ByteView dictionary = hasPrefix ? ByteView(prefix) : ByteView{};
+                    const History history{hasPrefix ? History::Mode::Prefix : History::Mode::None, dictionary};
+                    const Decoded expected = decode(block, capacity, history);
+                    ASSERT_EQ(expected.status, reach <= std::ssize(dictionary) ? StatusOk : StatusError);
+                    for (const int32_t index : {-1, -40, static_cast<int32_t>(-capacity)}) {
+                        GuardedBuffer memory(dictionary.size() + static_cast<std::size_t>(capacity), guard);
+                        std::copy(dictionary.begin(), dictionary.end(), memory.begin());
+                        const std::span<uint8_t> output = memory.span().subspan(dictionary.size());
+                        const auto size = static_cast<int32_t>(dictionary.size());
+                        Result result{StatusOk, static_cast<int32_t>(block.size()), static_cast<int32_t>(capacity)};
+                        const Result start = result;
+                        result.status = ozrsDecodeLZ4Dict_8u(block.data(), &result.consumed, output.data() - index,
+                                                             index, &result.written, memory.data(), size);
+                        // All of the source is taken and all of the room is filled, or both are left alone.
+                        EXPECT_EQ(result, (Result{expected.status, start.consumed, start.written})) << index;
+                        EXPECT_EQ(expected.firstDifference(output), std::nullopt) << index;
+                        EXPECT_TRUE(std::equal(dictionary.begin(), dictionary.end(), memory.begin())) << index;
+                        EXPECT_TRUE(memory.slackIntact()) << index;
+                    }
+                }
+            }
+        }
+    }
+}
+
+// With a separate dictionary, nothing in front of `pDst` can be reached, though output has been written there; and the
+// dictionary hides the first output behind it.
+TEST(Lz4Dictionary, OutputInFrontOfTheBaseIsNoHistoryOfASeparateDictionary) {
+    constexpr int64_t kDictionarySize = 20;
+    const Bytes dictionary = sampleKind("random").make(kDictionarySize, 38);
+    GuardedArena source(Guard::After);
+    GuardedArena guardedDictionary(Guard::After);
+    int refused = 0;
+    int decoded = 0;
+    for (const Guard guard : {Guard::After, Guard::Before}) {
+        GuardedBuffer memory(2000, guard);
+        const ByteView pDict = guardedDictionary.take(dictionary);
+        for (const int64_t ahead : {1, 5, 16, 33, 100}) {
+            for (int64_t run = 0; run <= ahead + 45; ++run) {
+                for (int64_t offset = 1; offset <= run + 3; ++offset) {
+                    for (const int64_t length : {4, 40}) {
+                        for (const int64_t tail : {8, 100}) {
+                            BlockBuilder builder;
+                            builder.sequence(run, offset, length).lastRun(tail);
+                            const std::span<const uint8_t> block = source.take(builder.block());
+                            const auto capacity = static_cast<int32_t>(builder.decodedSize());
+                            const std::span<uint8_t> output = memory.guarded(static_cast<std::size_t>(capacity));
+                            Result result{StatusOk, static_cast<int32_t>(block.size()), capacity};
+                            const Result start = result;
+                            result.status = ozrsDecodeLZ4Dict_8u(block.data(), &result.consumed, output.data() + ahead,
+                                                                 static_cast<int32_t>(-ahead), &result.written,
+                                                                 pDict.data(), static_cast<int32_t>(kDictionarySize));
+                            const int64_t position = run - ahead - offset;
+                            const Status expected = position < 0 ? StatusError : StatusOk;
+                            ASSERT_EQ(result, (Result{expected, start.consumed, start.written}))
+                                << ahead << " ahead, run " << run << ", offset " << offset << ", tail " << tail;
+                            ++(position < 0 ? refused : decoded);
+                            if (position < 0) continue;
+                            for (int64_t i = 0; i < length; ++i) {
+                                const auto from = static_cast<std::size_t>(position + i);
+                                const uint8_t byte = position + i < kDictionarySize
+                                                         ? dictionary[from]
+                                                         : output[from + static_cast<std::size_t>(ahead)];
+                                ASSERT_EQ(output[static_cast<std::size_t>(run + i)], byte)
+                                    << ahead << " ahead, run " << run << ", offset " << offset << ", byte " << i;
+                            }
+                            const auto literals = static_cast<std::ptrdiff_t>(tail);
+                            ASSERT_TRUE(std::equal(block.end() - literals, block.end(), output.end() - literals));
+                        }
+                    }
+                }
+            }
+        }
+        EXPECT_TRUE(memory.slackIntact());
+    }
+    EXPECT_GT(refused, 1000);
+    EXPECT_GT(decoded, 1000);
+}
+
+// A dictionary of negative size that ends where the output begins is a prefix, too: one that begins inside the output,
+// so that matches reach less than all of it.
+TEST(Lz4Dictionary, PrefixOfNegativeSizeHidesTheFirstOutput) {
+    GuardedArena source(Guard::After);
+    int refused = 0;
+    int decoded = 0;
+    for (const Guard guard : {Guard::After, Guard::Before}) {
+        GuardedBuffer memory(2000, guard);
+        for (const int32_t hidden : {1, 5, 16, 40, 100}) {
+            for (int64_t run = 0; run <= hidden + 30; ++run) {
+                for (int64_t offset = 1; offset <= run + 3; ++offset) {
+                    for (const int64_t tail : {8, 100}) {
+                        BlockBuilder builder;
+                        builder.sequence(run, offset, 24).lastRun(tail);
+                        const std::span<const uint8_t> block = source.take(builder.block());
+                        const auto capacity = static_cast<int32_t>(builder.decodedSize());
+                        const std::span<uint8_t> output = memory.guarded(static_cast<std::size_t>(capacity));
+                        Result result{StatusOk, static_cast<int32_t>(block.size()), capacity};
+                        const Result start = result;
+                        result.status = ozrsDecodeLZ4Dict_8u(block.data(), &result.consumed, output.data(), 0,
+                                                             &result.written, output.data() + hidden, -hidden);
+                        const bool reachable = run - offset >= hidden;
+                        ASSERT_EQ(result, (Result{reachable ? StatusOk : StatusError, start.consumed, start.written}))
+                            << hidden << " hidden, run " << run << ", offset " << offset << ", tail " << tail;
+                        ++(reachable ? decoded : refused);
+                        if (!reachable) continue;
+                        ASSERT_EQ(decode(block, capacity).firstDifference(output), std::nullopt)
+                            << hidden << " hidden, run " << run << ", offset " << offset << ", tail " << tail;
+                    }
+                }
+            }
+        }
+        EXPECT_TRUE(memory.slackIntact());
+    }
+    EXPECT_GT(refused, 1000);
+    EXPECT_GT(decoded, 1000);
 }
 
 // The blocks of one stream, decoded one behind another into one buffer, each with all that precedes it as its prefix.

@@ -1,6 +1,8 @@
 // Blocks go both ways between this library and an independent one.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "lz4/checked_calls.h"
 #include "support/oracles.h"
 #include "support/sample_data.h"
@@ -39,6 +41,46 @@ TEST(Lz4Interoperation, AnotherDecoderReadsEveryBlock) {
         ASSERT_TRUE(decoded.has_value()) << source.size() << " bytes, bounded";
         ASSERT_EQ(*decoded, source);
     }
+}
+
+// With exactly the room that it needs, a cut block may break the format's rules for the end of a block; with a little
+// to spare, every decoder reads it.
+TEST(Lz4Interoperation, AnotherDecoderReadsCutBlocksGivenRoomToSpare) {
+    constexpr std::size_t kSpare = 64;
+    Bytes table(kHashTableSize);
+    int cut = 0;
+    const auto check = [&](ByteView source, int64_t capacity) {
+        Bytes block(static_cast<std::size_t>(capacity));
+        auto consumed = static_cast<int32_t>(source.size());
+        auto written = static_cast<int32_t>(capacity);
+        const Status status = ozrsEncodeLZ4Safe_8u(source.data(), &consumed, block.data(), &written, table.data());
+        if (status == StatusOk) return;
+        ASSERT_EQ(status, StatusDestinationFull);
+        ++cut;
+        const ByteView prefix = source.first(static_cast<std::size_t>(consumed));
+        const auto decoded =
+            oracle::lz4Decompress(ByteView(block).first(static_cast<std::size_t>(written)), prefix.size() + kSpare);
+        ASSERT_TRUE(decoded.has_value()) << source.size() << " bytes, capacity " << capacity;
+        ASSERT_TRUE(std::equal(decoded->begin(), decoded->end(), prefix.begin(), prefix.end()))
+            << source.size() << " bytes, capacity " << capacity;
+    };
+    for (const SampleKind& kind : sampleKinds()) {
+        SCOPED_TRACE(kind.name);
+        for (const std::size_t size : {50U, 300U, 1500U}) {
+            const Bytes source = kind.make(size, 44);
+            for (int64_t capacity = 1; capacity <= std::ssize(encodePlain(source)) + 16; ++capacity) {
+                ASSERT_NO_FATAL_FAILURE(check(source, capacity));
+            }
+        }
+        for (const std::size_t size : {65535U, 65536U, 150000U}) {
+            const Bytes source = kind.make(size, 45);
+            const int64_t whole = std::ssize(encodePlain(source));
+            for (int64_t capacity = 1; capacity <= whole + 16; capacity += 1 + whole / 100) {
+                ASSERT_NO_FATAL_FAILURE(check(source, capacity));
+            }
+        }
+    }
+    EXPECT_GT(cut, 10000);
 }
 
 TEST(Lz4Interoperation, BlocksOfAnotherEncoderAreRead) {

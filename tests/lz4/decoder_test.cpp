@@ -224,16 +224,18 @@ TEST(Lz4Decoder, FirstByteOfTheHistoryCanBeReachedAndTheOneBeforeCannot) {
 TEST(Lz4Decoder, OffsetZeroIsNotRefused) {
     DecoderCheck decoder;
     for (const int64_t tail : {10, 100}) {
-        BlockBuilder builder;
-        builder.sequence(20, 0, 30).lastRun(tail);
-        ASSERT_TRUE(decoder.agreesInAllModes(builder.block(), builder.decodedSize() + kAmple, dictionary()));
-        EXPECT_EQ(decoder.expected().status, StatusOk);
-        EXPECT_EQ(decoder.expected().written, builder.decodedSize());
-        // Even where nothing has been written yet.
-        BlockBuilder atStart;
-        atStart.sequence(0, 0, 30).lastRun(tail);
-        ASSERT_TRUE(decoder.agreesInAllModes(atStart.block(), atStart.decodedSize() + kAmple, dictionary()));
-        EXPECT_EQ(decoder.expected().status, StatusOk);
+        for (const int64_t spare : {int64_t{0}, kAmple}) {
+            BlockBuilder builder;
+            builder.sequence(20, 0, 30).lastRun(tail);
+            ASSERT_TRUE(decoder.agreesInAllModes(builder.block(), builder.decodedSize() + spare, dictionary()));
+            EXPECT_EQ(decoder.expected().status, StatusOk);
+            EXPECT_EQ(decoder.expected().written, builder.decodedSize());
+            // Even where nothing has been written yet.
+            BlockBuilder atStart;
+            atStart.sequence(0, 0, 30).lastRun(tail);
+            ASSERT_TRUE(decoder.agreesInAllModes(atStart.block(), atStart.decodedSize() + spare, dictionary()));
+            EXPECT_EQ(decoder.expected().status, StatusOk);
+        }
     }
 }
 

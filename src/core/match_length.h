@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "core/opaque.h"
 #include "core/unaligned.h"
 
 namespace ozrdc {
@@ -21,10 +22,17 @@ namespace detail {
 //
 // Most matches are short, so that one 8-byte comparison comes first: the trailing zeros of the XOR of the two words are
 // eight times the number of equal bytes. Long matches go on 16 bytes at a time.
-[[gnu::always_inline]] inline int64_t getboundlong(const uint8_t* a, const uint8_t* b, int64_t limit) noexcept {
+//
+// The second place is `b + index`, given in two parts, because searches keep positions: the first load, for which they
+// wait, adds the parts itself, and without `opaque` the compiler would compute the sum before it.
+[[gnu::always_inline]] inline int64_t getboundlong(const uint8_t* a, const uint8_t* b, int64_t index,
+                                                   int64_t limit) noexcept {
     int64_t n = 0;
     if (limit >= 8) [[likely]] {
-        if (const uint64_t difference = load64(a) ^ load64(b)) return detail::equalBytes(difference);
+        if (const uint64_t difference = load64(a) ^ load64(b + index)) return detail::equalBytes(difference);
+    }
+    b += opaque(index);
+    if (limit >= 8) [[likely]] {
         for (n = 8; n + 16 <= limit; n += 16) {
             const auto equal = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(load128(a + n), load128(b + n))));
             if (const unsigned different = equal ^ 0xFFFF) return n + __builtin_ctz(different);

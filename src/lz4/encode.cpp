@@ -11,6 +11,7 @@
 #include "core/arguments.h"
 #include "core/entry_points.h"
 #include "core/match_length.h"
+#include "core/opaque.h"
 #include "lz4/format.h"
 #include "lz4/hash_search.h"
 #include "lz4/sequence_writer.h"
@@ -43,11 +44,12 @@ template <class Search, class Writer>
     // A source of one byte more than the margin has no position to probe: searches start at position 1.
     if (src.length > kSearchMargin + 1) {
         const uint8_t* matchLimit = src.end() - kFirstMatchMargin;
+        const uint8_t* const compareBase = opaque(src.begin + kMinMatch);  // a displacement would cost a cycle
         Hit hit = search.first(src.begin);
         while (hit.at != nullptr) {
             const int64_t literals = hit.at - anchor;
             const uint8_t* const compared = hit.at + kMinMatch;
-            int64_t extra = getboundlong(compared, src.begin + kMinMatch + hit.candidate, matchLimit - compared);
+            int64_t extra = getboundlong(compared, compareBase, hit.candidate, matchLimit - compared);
             const auto offset = static_cast<uint64_t>(hit.at - src.begin - hit.candidate);
             if (!writer.admit(static_cast<uint64_t>(literals), extra)) break;
             // The next search starts before this sequence is written: the way to the next match is the longer one.

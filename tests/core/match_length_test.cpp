@@ -19,11 +19,12 @@ TEST(MatchLength, EndsAtTheFirstDifferenceOrAtTheLimit) {
         // Both ranges end at an inaccessible page: nothing behind the limit can be read.
         uint8_t* const p = a.guarded(limit).data();
         uint8_t* const q = b.guarded(limit).data();
-        EXPECT_EQ(getboundlong(p, q, static_cast<int64_t>(limit)), static_cast<int64_t>(limit));
+        EXPECT_EQ(getboundlong(p, q, 0, static_cast<int64_t>(limit)), static_cast<int64_t>(limit));
         for (std::size_t at = 0; at < limit; ++at) {
             q[at] ^= 0x10;
             if (at + 1 < limit) q[limit - 1] ^= 0x01;  // later differences do not matter
-            ASSERT_EQ(getboundlong(p, q, static_cast<int64_t>(limit)), static_cast<int64_t>(at)) << "limit " << limit;
+            ASSERT_EQ(getboundlong(p, q, 0, static_cast<int64_t>(limit)), static_cast<int64_t>(at))
+                << "limit " << limit;
             if (at + 1 < limit) q[limit - 1] ^= 0x01;
             q[at] ^= 0x10;
         }
@@ -35,7 +36,7 @@ TEST(MatchLength, DifferenceMayBeAnyBit) {
     GuardedBuffer b(64);
     for (std::size_t bit = 0; bit < 64 * 8; ++bit) {
         b[bit / 8] ^= static_cast<uint8_t>(1U << (bit % 8));
-        EXPECT_EQ(getboundlong(a.data(), b.data(), 64), static_cast<int64_t>(bit / 8));
+        EXPECT_EQ(getboundlong(a.data(), b.data(), 0, 64), static_cast<int64_t>(bit / 8));
         b[bit / 8] ^= static_cast<uint8_t>(1U << (bit % 8));
     }
 }
@@ -45,7 +46,8 @@ TEST(MatchLength, RangesMayOverlap) {
         for (std::size_t limit = 0; limit <= 120; ++limit) {
             GuardedBuffer bytes(distance + limit);
             for (std::size_t i = distance; i < bytes.size(); ++i) bytes[i] = bytes[i - distance];
-            ASSERT_EQ(getboundlong(bytes.data() + distance, bytes.data(), static_cast<int64_t>(limit)),
+            ASSERT_EQ(getboundlong(bytes.data() + distance, bytes.data() + distance, -static_cast<int64_t>(distance),
+                                   static_cast<int64_t>(limit)),
                       static_cast<int64_t>(limit));
         }
     }
@@ -62,7 +64,7 @@ TEST(MatchLength, AgreesWithAByteWiseComparisonAtAnyAddress) {
         const std::span<const uint8_t> p = a.span().last(limit);
         const std::span<const uint8_t> q = b.span().first(limit);
         const auto expected = std::mismatch(p.begin(), p.end(), q.begin()).first - p.begin();
-        ASSERT_EQ(getboundlong(p.data(), q.data(), static_cast<int64_t>(limit)), expected);
+        ASSERT_EQ(getboundlong(p.data(), q.data(), 0, static_cast<int64_t>(limit)), expected);
     }
 }
 

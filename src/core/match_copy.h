@@ -9,6 +9,7 @@
 
 #include <tmmintrin.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -19,8 +20,14 @@ namespace ozrdc {
 // Offsets below this need the pattern.
 constexpr unsigned kWideOffset = 16;
 
-// How far `copyMatchFast` may write past the end of the match.
-constexpr unsigned kMatchOverwrite = 47;
+// What `copyMatchFast` copies without a look at the length, because a mispredicted branch costs more than the copy, and
+// the unit of what follows.
+constexpr unsigned kMatchHead = 48;
+constexpr unsigned kMatchUnit = 32;
+
+// How far `copyMatchFast` may write past the end of a match, which is one byte long at least.
+constexpr unsigned kMatchOverwrite = kMatchHead - 1;
+static_assert(kMatchOverwrite >= kMatchUnit - 1);
 
 namespace detail {
 
@@ -40,32 +47,37 @@ constexpr auto kPatterns = [] {
     return patterns;
 }();
 
+// The shortest step of the offsets above 0.
+constexpr uint64_t kLeastStep = [] {
+    uint64_t least = 16;
+    for (unsigned offset = 1; offset < kWideOffset; ++offset) least = std::min(least, kPatterns[offset].step);
+    return least;
+}();
+
 }  // namespace detail
 
 // Copies a match of at most `kShortMatch` bytes whose offset is below 16; reads and writes up to `kShortMatchWritten`
 // bytes.
 constexpr unsigned kShortMatch = 18;
-constexpr unsigned kShortMatchWritten = 32;
+constexpr unsigned kShortMatchWritten = 16 + 16;
+static_assert(kShortMatch <= 16 + detail::kLeastStep);  // two stores cover it
 
 [[gnu::always_inline]] inline void copyShortPattern(uint8_t* dst, uint64_t offset) noexcept {
     const detail::Pattern& p = detail::kPatterns[offset];
     const __m128i pattern = _mm_shuffle_epi8(load128(dst - offset), load128(p.shuffle.data()));
-    // Steps of the offsets above 0 are at least 9, so that two stores cover at least 25 bytes.
-    static_assert(kShortMatch <= 16 + 9);
     store128(dst, pattern);
     store128(dst + p.step, pattern);
 }
 
 // Copies a match; may read and write up to `kMatchOverwrite` bytes past its end.
-//
-// The first 48 bytes are copied without a look at the length, because a mispredicted branch costs more than the copy.
 [[gnu::always_inline]] inline void copyMatchFast(uint8_t* dst, uint64_t offset, uint64_t length) noexcept {
     uint8_t* const end = dst + length;
     if (offset >= kWideOffset) [[likely]] {
         const uint8_t* src = dst - offset;
-        copyBlock<48>(dst, src);
-        static_assert(kMatchOverwrite >= 48 - 1);
-        for (dst += 48, src += 48; dst < end; dst += 32, src += 32) copyBlock<32>(dst, src);
+        copyBlock<kMatchHead>(dst, src);
+        dst += kMatchHead;
+        src += kMatchHead;
+        for (; dst < end; dst += kMatchUnit, src += kMatchUnit) copyBlock<kMatchUnit>(dst, src);
         return;
     }
     if (offset == 0) return;

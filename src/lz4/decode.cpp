@@ -141,7 +141,21 @@ template <class History>
     return true;
 }
 
-// The bytes that follow the token of a match: its offset, and its length's extension.
+// The length of a match, of which the token gives the low nibble.
+[[gnu::always_inline]] inline Status readMatchLength(const Source& src, const uint8_t*& ip, unsigned nibble,
+                                                     uint64_t& length) noexcept {
+    uint64_t code = nibble;
+    if (nibble == kNibbleMax) {
+        if (!readExtension(ip, src.end, code)) [[unlikely]]
+            return StatusSourceExhausted;
+        if (code > std::numeric_limits<int32_t>::max()) [[unlikely]]
+            return StatusSizeError;
+    }
+    length = code + kMinMatch;
+    return StatusOk;
+}
+
+// The bytes that follow the literals of a sequence: the offset of its match, and the extension of the length.
 template <class History>
 [[gnu::always_inline]] inline Status readMatch(const Source& src, const History& history, const uint8_t*& ip,
                                                const uint8_t* op, unsigned nibble, Match& match) noexcept {
@@ -153,15 +167,7 @@ template <class History>
     ip += 2;
     if (!history.reaches(op, match.offset)) [[unlikely]]
         return StatusError;
-    uint64_t length = nibble;
-    if (nibble == kNibbleMax) {
-        if (!readExtension(ip, src.end, length)) [[unlikely]]
-            return StatusSourceExhausted;
-        if (length > std::numeric_limits<int32_t>::max()) [[unlikely]]
-            return StatusSizeError;
-    }
-    match.length = length + kMinMatch;
-    return StatusOk;
+    return readMatchLength(src, ip, nibble, match.length);
 }
 
 // Copies a run of literals in whole units.
@@ -239,7 +245,7 @@ Outcome decode(const Source src, const Destination dst, const History history) n
             // next token is loaded here, at an address formed from the literal count itself and not from the advanced
             // cursor, and without a displacement, which costs a cycle. The compiler would rather compute the sum once;
             // it must not see that the two are equal. Behind a long match the token is another one and is loaded again.
-            const uint8_t* const next = opaque(ip + 3);
+            const uint8_t* const next = opaque(ip + kOffsetAndToken);
             nextToken = next[opaque(literals)];
             ip = next + literals;
             op += literals;
@@ -287,12 +293,8 @@ Outcome decode(const Source src, const Destination dst, const History history) n
                 continue;
             }
         } else {
-            uint64_t length = kNibbleMax;
-            if (!readExtension(ip, src.end, length)) [[unlikely]]
-                return {StatusSourceExhausted, ip, op};
-            if (length > std::numeric_limits<int32_t>::max()) [[unlikely]]
-                return {StatusSizeError, ip, op};
-            match.length = length + kMinMatch;
+            if (const Status s = readMatchLength(src, ip, kNibbleMax, match.length)) [[unlikely]]
+                return {s, ip, op};
             if (ip >= ipFast) [[unlikely]]
                 return decodeCarefully(src, dst, history, ip, op, match);
             nextToken = *ip;

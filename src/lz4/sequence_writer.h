@@ -35,31 +35,40 @@ namespace ozrdc::lz4 {
     *ppDst = p;
 }
 
-// The nibble of a length.
-[[nodiscard]] constexpr uint64_t nibble(uint64_t length) noexcept { return std::min<uint64_t>(length, kNibbleMax); }
-
 // Writes the run of literals that ends a block.
 inline uint8_t* writeLastLiterals(uint8_t* op, const uint8_t* literals, uint64_t count) noexcept {
-    *op++ = static_cast<uint8_t>(nibble(count) << 4);
+    *op++ = static_cast<uint8_t>(std::min<uint64_t>(count, kNibbleMax) << 4);
     if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
     std::memcpy(op, literals, count);
     return op + count;
 }
 
-// Writes one sequence whose match is `extra` bytes longer than the shortest; returns where it ends. Literals are copied
-// in units of 16 bytes, which may pass their end in both buffers.
+// The unit in which literals are copied. Reads past their end stay inside the source.
+constexpr uint64_t kLiteralUnit = 16;
+static_assert(kLiteralUnit <= kSearchMargin);
+
+enum class Literals { InWholeUnits, Exactly };
+
+// Writes one sequence whose match is `extra` bytes longer than the shortest; returns where it ends. In whole units the
+// copy of the literals may pass their end in both buffers.
+template <Literals copy>
 [[gnu::always_inline]] inline uint8_t* writeSequence(uint8_t* op, const uint8_t* literals, uint64_t count,
                                                      uint64_t offset, uint64_t extra) noexcept {
-    constexpr uint64_t kUnit = 16;
-    static_assert(kUnit <= kSearchMargin);  // reads past the literals stay inside the source
     uint8_t* const token = op++;
     uint64_t nibbles = count << 4;
     if (count >= kNibbleMax) [[unlikely]] {
         nibbles = kNibbleMax << 4;
         writelen(&op, count - kNibbleMax);
     }
-    copyBlock<kUnit>(op, literals);
-    for (uint64_t done = kUnit; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
+    if constexpr (copy == Literals::Exactly) {
+        std::memcpy(op, literals, count);
+    } else {
+        uint64_t done = 0;
+        do {
+            copyBlock<kLiteralUnit>(op + done, literals + done);
+            done += kLiteralUnit;
+        } while (done < count);
+    }
     op += count;
     store16(op, static_cast<uint16_t>(offset));
     op += 2;
@@ -79,7 +88,7 @@ struct UncheckedWriter {
     [[gnu::always_inline]] static bool admit(uint64_t, int64_t&) noexcept { return true; }
 
     [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
-        op = writeSequence(op, literals, count, offset, extra);
+        op = writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra);
     }
 
     // Writes the rest of the source as literals; returns how many.
@@ -107,7 +116,7 @@ struct BoundedWriter {
 
     // Writes one sequence that was admitted.
     [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
-        op = hasAmpleRoom(count, extra) ? writeSequence(op, literals, count, offset, extra)
+        op = hasAmpleRoom(count, extra) ? writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra)
                                         : writeNearEnd(op, literals, count, offset, extra);
     }
 
@@ -126,7 +135,7 @@ struct BoundedWriter {
     // reserve.
     [[gnu::always_inline]] bool hasAmpleRoom(uint64_t count, uint64_t extra) const noexcept {
         constexpr uint64_t kOrdinary = 4096;
-        constexpr auto kAmple = static_cast<int64_t>(1 + 2 + 2 * extensionLength(kOrdinary) + 16) + kReserve;
+        constexpr auto kAmple = static_cast<int64_t>(1 + 2 + 2 * extensionLength(kOrdinary) + kLiteralUnit) + kReserve;
         return (count | extra) < kOrdinary && static_cast<int64_t>(count) <= end - op - kAmple;
     }
 
@@ -141,17 +150,10 @@ struct BoundedWriter {
         return std::min(extra, kExtensionMax * room + 524);
     }
 
-    // Writes a sequence byte by byte exactly.
+    // Writes a sequence and nothing behind it; out of line, because it runs a few times a block at most.
     [[gnu::noinline, gnu::cold]] static uint8_t* writeNearEnd(uint8_t* op, const uint8_t* literals, uint64_t count,
                                                               uint64_t offset, uint64_t extra) noexcept {
-        *op++ = static_cast<uint8_t>(nibble(count) << 4 | nibble(extra));
-        if (count >= kNibbleMax) writelen(&op, count - kNibbleMax);
-        std::memcpy(op, literals, count);
-        op += count;
-        store16(op, static_cast<uint16_t>(offset));
-        op += 2;
-        if (extra >= kNibbleMax) writelen(&op, extra - kNibbleMax);
-        return op;
+        return writeSequence<Literals::Exactly>(op, literals, count, offset, extra);
     }
 };
 

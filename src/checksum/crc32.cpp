@@ -5,9 +5,8 @@
 
 #include "checksum/folding.h"
 #include "checksum/slicing.h"
-#include "core/arguments.h"
+#include "checksum/update_crc.h"
 #include "core/entry_points.h"
-#include "core/features.h"
 
 namespace ozrdc {
 namespace {
@@ -36,10 +35,5 @@ uint32_t ownsCRC32_8u(uint32_t crc, const uint8_t* p, size_t len) noexcept {
 
 Status y8_ozrsCRC32_8u(const uint8_t* pSrc, int32_t len, uint32_t* pCRC) noexcept {
     using namespace ozrdc;
-    if (anyNull(pSrc, pCRC)) return StatusNullPointer;
-    if (len < 1) return StatusSizeError;
-    const bool folds = ownGetFeature(kFeatureCarrylessMultiply) != 0;
-    const auto update = folds ? owns_zlib_reduction_crc_proc : ownsCRC32_8u;
-    *pCRC = update(*pCRC, pSrc, static_cast<size_t>(len));
-    return StatusOk;
+    return updateCrc(pSrc, len, pCRC, owns_zlib_reduction_crc_proc, ownsCRC32_8u);
 }

@@ -56,17 +56,6 @@ const char* nameOf(History::Mode mode) {
 
 }  // namespace
 
-std::span<uint8_t> GuardedArena::take(std::size_t n) {
-    if (n > buffer_.size()) buffer_ = GuardedBuffer(2 * n, guard_);
-    return buffer_.guarded(n);
-}
-
-std::span<uint8_t> GuardedArena::take(ByteView contents) {
-    const std::span<uint8_t> part = take(contents.size());
-    std::copy(contents.begin(), contents.end(), part.begin());
-    return part;
-}
-
 AssertionResult DecoderCheck::agrees(ByteView block, int64_t capacity, const History& history) {
     expected_ = decode(block, capacity, history);
     for (const Guard guard : {Guard::After, Guard::Before}) {

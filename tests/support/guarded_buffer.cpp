@@ -77,4 +77,15 @@ bool GuardedBuffer::slackIntact() const noexcept {
     return std::all_of(pages, begin, holdsPattern) && std::all_of(begin + bytes_.size(), pagesEnd, holdsPattern);
 }
 
+std::span<uint8_t> GuardedArena::take(std::size_t n) {
+    if (n > buffer_.size()) buffer_ = GuardedBuffer(2 * n, guard_);
+    return buffer_.guarded(n);
+}
+
+std::span<uint8_t> GuardedArena::take(std::span<const uint8_t> contents) {
+    const std::span<uint8_t> part = take(contents.size());
+    std::copy(contents.begin(), contents.end(), part.begin());
+    return part;
+}
+
 }  // namespace ozrdc::test

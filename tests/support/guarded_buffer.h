@@ -65,4 +65,21 @@ class GuardedBuffer {
     Guard guard_ = Guard::After;
 };
 
+// A guarded buffer that grows on demand and hands out the part that touches its guard.
+class GuardedArena {
+  public:
+    explicit GuardedArena(Guard guard) : guard_(guard), buffer_(kInitialSize, guard) {}
+
+    // `n` bytes at the guard, of unknown contents. Earlier parts are no longer valid.
+    std::span<uint8_t> take(std::size_t n);
+
+    // The same, holding a copy of `contents`.
+    std::span<uint8_t> take(std::span<const uint8_t> contents);
+
+  private:
+    static constexpr std::size_t kInitialSize = 1 << 18;
+    Guard guard_;
+    GuardedBuffer buffer_;
+};
+
 }  // namespace ozrdc::test

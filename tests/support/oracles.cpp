@@ -1,8 +1,10 @@
 // Thin wraps of the independent implementations.
 #include "support/oracles.h"
 
+#include <libdeflate.h>
 #include <lz4.h>
 #include <lz4hc.h>
+#include <zlib.h>
 
 #include <memory>
 #include <stdexcept>
@@ -60,6 +62,80 @@ std::optional<std::vector<uint8_t>> lz4Decompress(std::span<const uint8_t> block
     if (size < 0) return std::nullopt;
     output.resize(static_cast<std::size_t>(size));
     return output;
+}
+
+namespace {
+
+// zlib does not write through these pointers.
+Bytef* zlibBytes(std::span<const uint8_t> bytes) { return const_cast<Bytef*>(bytes.data()); }
+
+int zlibStrategy(ZlibStrategy strategy) {
+    switch (strategy) {
+        case ZlibStrategy::Default:
+            return Z_DEFAULT_STRATEGY;
+        case ZlibStrategy::Filtered:
+            return Z_FILTERED;
+        case ZlibStrategy::HuffmanOnly:
+            return Z_HUFFMAN_ONLY;
+        case ZlibStrategy::RunLengths:
+            return Z_RLE;
+        case ZlibStrategy::Fixed:
+            return Z_FIXED;
+    }
+    return Z_DEFAULT_STRATEGY;
+}
+
+void requireZlib(int status) {
+    if (status != Z_OK) throw std::runtime_error("zlib does not start");
+}
+
+}  // namespace
+
+std::vector<uint8_t> zlibDeflate(std::span<const uint8_t> source, int level, ZlibStrategy strategy, int memoryLevel,
+                                 std::span<const uint8_t> dictionary) {
+    z_stream stream{};
+    requireZlib(deflateInit2(&stream, level, Z_DEFLATED, -MAX_WBITS, memoryLevel, zlibStrategy(strategy)));
+    const std::unique_ptr<z_stream, int (*)(z_streamp)> end(&stream, deflateEnd);
+    if (!dictionary.empty()) {
+        requireZlib(deflateSetDictionary(&stream, dictionary.data(), static_cast<uInt>(dictionary.size())));
+    }
+    std::vector<uint8_t> result(deflateBound(&stream, static_cast<uLong>(source.size())) + 64);
+    stream.next_in = zlibBytes(source);
+    stream.avail_in = static_cast<uInt>(source.size());
+    stream.next_out = result.data();
+    stream.avail_out = static_cast<uInt>(result.size());
+    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) throw std::runtime_error("zlib did not compress");
+    result.resize(result.size() - stream.avail_out);
+    return result;
+}
+
+std::vector<uint8_t> libdeflateDeflate(std::span<const uint8_t> source, int level) {
+    const std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)> compressor(
+        libdeflate_alloc_compressor(level), libdeflate_free_compressor);
+    std::vector<uint8_t> result(libdeflate_deflate_compress_bound(compressor.get(), source.size()));
+    const std::size_t size =
+        libdeflate_deflate_compress(compressor.get(), source.data(), source.size(), result.data(), result.size());
+    if (size == 0) throw std::runtime_error("libdeflate did not compress");
+    result.resize(size);
+    return result;
+}
+
+std::optional<std::vector<uint8_t>> zlibInflate(std::span<const uint8_t> stream, std::size_t capacity,
+                                                std::span<const uint8_t> dictionary) {
+    z_stream z{};
+    requireZlib(inflateInit2(&z, -MAX_WBITS));
+    const std::unique_ptr<z_stream, int (*)(z_streamp)> end(&z, inflateEnd);
+    if (!dictionary.empty()) {
+        requireZlib(inflateSetDictionary(&z, dictionary.data(), static_cast<uInt>(dictionary.size())));
+    }
+    std::vector<uint8_t> result(capacity + 1);  // never empty: the pointer must not be null
+    z.next_in = zlibBytes(stream);
+    z.avail_in = static_cast<uInt>(stream.size());
+    z.next_out = result.data();
+    z.avail_out = static_cast<uInt>(capacity);
+    if (inflate(&z, Z_FINISH) != Z_STREAM_END || z.avail_in != 0) return std::nullopt;
+    result.resize(capacity - z.avail_out);
+    return result;
 }
 
 }  // namespace ozrdc::test::oracle

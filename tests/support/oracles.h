@@ -27,4 +27,22 @@ std::vector<uint8_t> lz4CompressWithDictionary(std::span<const uint8_t> source, 
 std::optional<std::vector<uint8_t>> lz4Decompress(std::span<const uint8_t> block, std::size_t capacity,
                                                   std::span<const uint8_t> dictionary = {});
 
+// --- zlib and libdeflate: raw Deflate streams -----------------------------------------------------------------------
+
+// How zlib is to choose matches and codes: see its deflateInit2.
+enum class ZlibStrategy { Default, Filtered, HuffmanOnly, RunLengths, Fixed };
+
+// A stream of zlib's at level 0 to 9; its matches may reach into `dictionary`.
+std::vector<uint8_t> zlibDeflate(std::span<const uint8_t> source, int level,
+                                 ZlibStrategy strategy = ZlibStrategy::Default, int memoryLevel = 8,
+                                 std::span<const uint8_t> dictionary = {});
+
+// A stream of libdeflate's at level 0 to 12.
+std::vector<uint8_t> libdeflateDeflate(std::span<const uint8_t> source, int level);
+
+// What zlib decodes the stream to, or nothing if it is not valid, not whole, followed by other bytes, or decodes to
+// more than `capacity` bytes.
+std::optional<std::vector<uint8_t>> zlibInflate(std::span<const uint8_t> stream, std::size_t capacity,
+                                                std::span<const uint8_t> dictionary = {});
+
 }  // namespace ozrdc::test::oracle

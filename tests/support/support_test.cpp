@@ -2,9 +2,11 @@
 // fail.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
+#include "support/deflate_format.h"
 #include "support/guarded_buffer.h"
 #include "support/oracles.h"
 #include "support/random.h"
@@ -112,6 +114,52 @@ TEST(SampleData, KindsRangeFromConstantToIncompressible) {
 TEST(SampleData, PeriodicSampleRepeatsWithItsPeriod) {
     const std::vector<uint8_t> sample = periodicSample(1000, 37, 1);
     for (std::size_t i = 37; i < sample.size(); ++i) ASSERT_EQ(sample[i], sample[i - 37]);
+}
+
+// The models of the Deflate format are held against independent implementations before they judge the library.
+TEST(DeflateFormat, ReadsWhatOthersWrite) {
+    const std::vector<uint8_t> dictionary = sampleKind("text").make(3000, 5);
+    for (const SampleKind& kind : sampleKinds()) {
+        SCOPED_TRACE(kind.name);
+        const std::vector<uint8_t> source = kind.make(70000, 4);
+        for (const int level : {0, 1, 6, 9}) {
+            const std::vector<uint8_t> stream = oracle::zlibDeflate(source, level);
+            std::size_t end = 0;
+            EXPECT_EQ(deflate::inflateStream(stream, {}, &end), source);
+            EXPECT_EQ((end + 7) / 8, stream.size());
+            EXPECT_EQ(deflate::inflateStream(oracle::libdeflateDeflate(source, level)), source);
+        }
+        EXPECT_EQ(deflate::inflateStream(oracle::zlibDeflate(source, 6, oracle::ZlibStrategy::Fixed)), source);
+        EXPECT_EQ(deflate::inflateStream(oracle::zlibDeflate(source, 6, oracle::ZlibStrategy::Default, 8, dictionary),
+                                         dictionary),
+                  source);
+    }
+}
+
+TEST(DeflateFormat, OthersReadWhatItWrites) {
+    deflate::BlockCodes codes = deflate::fixedCodes();
+    codes.literals.resize(286);
+    codes.literals[285] = codes.literals[284] = 7;  // in place of the two symbols left out
+    codes.distances[0] = codes.distances[1] = 4;    // the same for distances
+    ASSERT_EQ(deflate::completeness(codes.literals), deflate::Completeness::Complete);
+    ASSERT_EQ(deflate::completeness(codes.distances), deflate::Completeness::Complete);
+    deflate::BitWriter writer;
+    deflate::writeDynamicHeader(writer, codes, true);
+    deflate::SymbolWriter symbols(writer, codes);
+    std::vector<uint8_t> expected;
+    for (unsigned i = 0; i < 256; ++i) {
+        symbols.literal(static_cast<uint8_t>(i));
+        expected.push_back(static_cast<uint8_t>(i));
+    }
+    for (unsigned length = 3; length <= 258; ++length) {
+        const unsigned distance = length * length / 3;
+        const unsigned reached = std::min(distance, static_cast<unsigned>(expected.size()));
+        symbols.match(length, reached);
+        for (unsigned i = 0; i < length; ++i) expected.push_back(expected[expected.size() - reached]);
+    }
+    symbols.endOfBlock();
+    EXPECT_EQ(oracle::zlibInflate(writer.bytes(), expected.size()), expected);
+    EXPECT_EQ(deflate::inflateStream(writer.bytes()), expected);
 }
 
 }  // namespace

@@ -321,6 +321,512 @@ Status ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
                             int32_t acceleration) OZRDC_NOEXCEPT;
 
 /** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Deflate: match search
+ *
+ * The first stage of a Deflate encoder: LZ77 over the caller's source, with a window and hash tables that the caller
+ * keeps. The result is a list of records, and the frequencies of the symbols that they will become. A Huffman stage,
+ * `ozrsDeflateHuff_8u`, makes the bits of a block from them.
+ *
+ * **Records.** Record i is `pLitDst[i]` and `pDistDst[i]`: a literal byte with distance 0, or a match length less 3
+ * with its distance, which is at least 1 and less than `winSize`.
+ *
+ * **Indexes.** Every byte of the stream has an index: `*pSrcIdx` is that of the byte at `*ppSrc`, 0 for the first of
+ * the stream. When it comes near 2^31, the call that finds it so lowers it to `winSize`, and the entries of both tables
+ * with it (not below -32768), before it parses. That needs room for the source itself: it should be shorter than 2^30
+ * bytes.
+ *
+ * **Window.** The bytes in front of `*ppSrc`, oldest first: n = min(`*pSrcIdx`, `winSize`) of them, of which the last,
+ * `pWindow[n - 1]`, is the one before `*ppSrc`. In other words, the byte of index i is at
+ * `pWindow[i - max(0, *pSrcIdx - winSize)]`. A caller whose source lies in one piece lets `pWindow` point to its last n
+ * bytes, `*ppSrc - n`; that is also the fastest way. A caller whose source comes in pieces moves it on between calls:
+ *
+ * @code
+ * enum { WIN = 32768, HASH = 65536 };
+ * uint8_t window[WIN];
+ * int32_t head[HASH], prev[WIN], index = 0;
+ * for (int i = 0; i < HASH; ++i) head[i] = -32768; // no index; prev needs no preparation
+ *
+ * // For each piece: `piece` is what the last call left, with new bytes behind it.
+ * int32_t held = index < WIN ? index : WIN, left = length, records = CAPACITY;
+ * const uint8_t* p = piece;
+ * ozrsDeflateLZ77_8u(&p, &left, &index, window, WIN, head, prev, HASH, litFreq, distFreq, lit, dist, &records, level,
+ *                    isLast ? 2 : 0);
+ * // CAPACITY - records of them stand for the bytes from piece to p. The window moves on by as many bytes.
+ * int32_t parsed = (int32_t)(p - piece);
+ * if (parsed >= WIN) {
+ *     memcpy(window, p - WIN, WIN);
+ * } else {
+ *     int32_t leaving = held + parsed > WIN ? held + parsed - WIN : 0;
+ *     memmove(window, window + leaving, held - leaving);
+ *     memcpy(window + held - leaving, piece, parsed);
+ * }
+ * @endcode
+ *
+ * **Hash tables.** `pHashHead` (`hashSize` entries) holds the latest index of each hash value, `pHashPrev` (`winSize`
+ * entries) for each position of the window the index before it with the same hash. They start out filled with -32768,
+ * which stands for no index. Nothing in them is trusted: with other values in them (of another stream, or arbitrary)
+ * the records differ, but are right, and nothing is read outside source and window. Both sizes should be powers of 2,
+ * because indexes and hashes are masked with the size less 1; others work, and find less.
+ *
+ * **End of the source.** With `flush` below 2 more of the stream is to come: the last bytes of the source, up to 261,
+ * are left to the next call, so that every match can be as long as the format allows. (The levels that end in 0 leave
+ * 260. For the others, a call with exactly 261 bytes parses the first of them, with at most 257 bytes to its match.)
+ * With 2 and above everything is parsed. All calls stop when the record buffers are full; records always cover exactly
+ * the bytes that were parsed. Where a call stops can show in the records: a match at the stop is not held against one
+ * at the next position (levels ending in 5 to 9), and the hash of three bytes begins anew (levels ending in 0). A
+ * source or a room for records of 0 or less is no error: nothing is done.
+ *
+ * **Levels.** 0 to 29, in three series of ten. In each series 0 looks at one earlier position with a like hash of three
+ * bytes; 1 to 4 take the longest match that a search along the chain finds; 5 to 9 take it only if the next position
+ * has no longer one. Within a series, effort grows with the level. From one series to the next the parameters differ:
+ * with levels 11 to 14 and 21 to 24 long matches enter all their positions in the tables, with 1 to 4 only their start.
+ *  @{ */
+
+/**
+ * Searches matches with the parameters of a level.
+ *
+ * @param[in,out] ppSrc           The source; advanced by the bytes parsed.
+ * @param[in,out] pSrcLen         Its length in bytes; decreased by the bytes parsed.
+ * @param[in,out] pSrcIdx         Index of its first byte; advanced by the bytes parsed, and possibly lowered before.
+ * @param[in]     pWindow         The bytes in front of the source. Never null, but not read at index 0.
+ * @param[in]     winSize         Size of the window, 256 to 32768.
+ * @param[in,out] pHashHead       Latest index of each hash value: `hashSize` entries.
+ * @param[in,out] pHashPrev       Index before each index: `winSize` entries. Required at every level, and used by all
+ *                                but those ending in 0.
+ * @param[in]     hashSize        Number of hash values, 256 to 65536.
+ * @param[in,out] pLitFreqTable   286 counters: literals (0 to 255) and length codes (257 to 285) of the records are
+ *                                counted.
+ * @param[in,out] pDistFreqTable  30 counters: distance codes of the records are counted.
+ * @param[out]    pLitDst         Of each record the literal, or the match length less 3.
+ * @param[out]    pDistDst        Of each record 0, or the distance of the match.
+ * @param[in,out] pDstLen         In: records that fit in `pLitDst` and `pDistDst`. Out: decreased by those written.
+ * @param[in]     compLevel       Level, 0 to 29. It is checked before all else.
+ * @param[in]     flush           2 and above: the source is the end of the stream.
+ * @retval StatusOk           The pointers and lengths tell what was done.
+ * @retval StatusSizeError    `compLevel`, `winSize` or `hashSize` is out of range.
+ * @retval StatusNullPointer  A pointer, or `*ppSrc`, is null.
+ */
+Status ozrsDeflateLZ77_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx, const uint8_t* pWindow,
+                          int32_t winSize, int32_t* pHashHead, int32_t* pHashPrev, int32_t hashSize,
+                          uint32_t* pLitFreqTable, uint32_t* pDistFreqTable, uint8_t* pLitDst, uint16_t* pDistDst,
+                          int32_t* pDstLen, int32_t compLevel, int32_t flush) OZRDC_NOEXCEPT;
+
+/**
+ * Searches matches as levels 0 to 4 of each series do, with parameters of the caller's.
+ *
+ * At every position the longest match on the chain is taken, the nearest of equally long ones; without one, a literal.
+ * (With `maxChain` 0, the match with the one position in question, if it is at least 3 bytes long.)
+ *
+ * The arguments are those of `ozrsDeflateLZ77_8u`, but for
+ *
+ * @param[in] pParams  Four values:
+ *                     - 0, `maxChain`: earlier positions to look at; 0 selects the single probe, and the other values
+ *                       do not matter then;
+ *                     - 1, `goodLength`: with a match this long, a quarter of the positions not looked at yet is left,
+ *                       rounded down, once a search;
+ *                     - 2, `niceLength`: a match this long ends the search;
+ *                     - 3, `maxLazy`: a longer match enters only its start in the tables, not the other positions.
+ * @retval StatusOk           The pointers and lengths tell what was done.
+ * @retval StatusNullPointer  A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
+ * @retval StatusBadArgument  `maxChain` is negative, or it is not 0 and one of the other parameters is below 4.
+ */
+Status ozrsDeflateLZ77Fast_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx, const uint8_t* pWindow,
+                              int32_t winSize, int32_t* pHashHead, int32_t* pHashPrev, int32_t hashSize,
+                              uint32_t* pLitFreqTable, uint32_t* pDistFreqTable, uint8_t* pLitDst, uint16_t* pDistDst,
+                              int32_t* pDstLen, const int32_t* pParams, int32_t flush) OZRDC_NOEXCEPT;
+
+/**
+ * Searches matches as levels 5 to 9 of each series do, with parameters of the caller's.
+ *
+ * The longest match at a position, of 4 bytes at least, is held back until the next position has been searched: if that
+ * one's is longer, the first position becomes a literal.
+ *
+ * The arguments are those of `ozrsDeflateLZ77_8u`, but for
+ *
+ * @param[in] pParams  Four values:
+ *                     - 0, `maxChain`: earlier positions to look at;
+ *                     - 1, `goodLength`: with a match this long held back, only a quarter of them, rounded down;
+ *                     - 2, `niceLength`: a match this long ends the search;
+ *                     - 3, `maxLazy`: with a match this long held back, the next position is not searched.
+ * @retval StatusOk           The pointers and lengths tell what was done.
+ * @retval StatusNullPointer  A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
+ * @retval StatusBadArgument  `maxChain` is below 1, or one of the other parameters below 4.
+ */
+Status ozrsDeflateLZ77Slow_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx, const uint8_t* pWindow,
+                              int32_t winSize, int32_t* pHashHead, int32_t* pHashPrev, int32_t hashSize,
+                              uint32_t* pLitFreqTable, uint32_t* pDistFreqTable, uint8_t* pLitDst, uint16_t* pDistDst,
+                              int32_t* pDstLen, const int32_t* pParams, int32_t flush) OZRDC_NOEXCEPT;
+
+/**
+ * Enters positions in the hash tables without making records of them: data that the caller passes over, or a dictionary
+ * of its own making, that later matches may reach.
+ *
+ * All positions are entered that have the bytes for their hash in `pSrc`, that is, all but the last 3 (2 with
+ * `hashMode` 0).
+ *
+ * @param[in]     pSrc       The bytes.
+ * @param[in]     srcIdx     Index of the first. Indexes are not lowered here: `srcIdx + srcLen` must be below 2^31.
+ * @param[in]     srcLen     Number of bytes. Below 4 (3 with `hashMode` 0), negative too, nothing is done.
+ * @param[in,out] pHashHead  Latest index of each hash value: `hashSize` entries.
+ * @param[in]     hashSize   Number of hash values, 256 to 65536.
+ * @param[in,out] pHashPrev  Index before each index: `winSize` entries; not used with `hashMode` 0.
+ * @param[in]     winSize    Size of the window, 256 to 32768.
+ * @param[in]     hashMode   0 for levels ending in 0 (the hash of three bytes; `maxChain` 0), anything else for the
+ *                           other ones, and for the single-pass encoders (the hash of four).
+ * @retval StatusOk           The positions were entered, if there are any.
+ * @retval StatusNullPointer  `pSrc`, `pHashHead` or `pHashPrev` is null.
+ * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
+ */
+Status ozrsDeflateUpdateHash_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t srcLen, int32_t* pHashHead,
+                                int32_t hashSize, int32_t* pHashPrev, int32_t winSize, int32_t hashMode) OZRDC_NOEXCEPT;
+
+/**
+ * Loads a preset dictionary: copies its last n = min(`dictLen`, `winSize`) bytes to the window, and enters all but the
+ * last 257 of these positions in the hash tables, with indexes from 0 on. The stream then starts at index n.
+ *
+ * @param[in]     pDict      The dictionary.
+ * @param[in]     dictLen    Its length in bytes. Below 4 (3 with `hashMode` 0), negative too, nothing is done.
+ * @param[in,out] pHashHead  Latest index of each hash value: `hashSize` entries, filled with -32768 before.
+ * @param[in]     hashSize   Number of hash values, 256 to 65536.
+ * @param[in,out] pHashPrev  Index before each index: `winSize` entries; not used with `hashMode` 0.
+ * @param[out]    pWindow    The window, `winSize` bytes.
+ * @param[in]     winSize    Size of the window, 256 to 32768.
+ * @param[in]     hashMode   0 for levels ending in 0, anything else for the other ones.
+ * @retval StatusOk           The dictionary was loaded, if it is long enough.
+ * @retval StatusNullPointer  `pDict`, `pHashHead`, `pHashPrev` or `pWindow` is null.
+ * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
+ */
+Status ozrsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t dictLen, int32_t* pHashHead, int32_t hashSize,
+                                   int32_t* pHashPrev, uint8_t* pWindow, int32_t winSize,
+                                   int32_t hashMode) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Deflate: Huffman output
+ *
+ * Turns the records of the match search into the symbols of a Deflate block (RFC 1951). The caller writes the block's
+ * header before them and the end-of-block symbol behind them.
+ *
+ * A stream that is being written is three things that the caller keeps: the destination with an index into it, and up
+ * to 16 bits that do not fill a byte yet, in a 16-bit word with their number, the first of them least significant. The
+ * caller adds its own bits (block headers) to that word; after a call 0 to 7 bits are in it.
+ *  @{ */
+
+/** The code of a symbol. */
+typedef struct DeflateHuffCode {
+    uint16_t code; /**< The code with its bits reversed, so that it goes into the stream least significant bit first. */
+    uint16_t len;  /**< Its length in bits, at most 15; 0 for a symbol without a code. */
+} DeflateHuffCode;
+
+/**
+ * Writes records as Huffman-coded symbols.
+ *
+ * The room in the destination is not checked. It must take the worst case: `*pCodeLenBits` bits, 15 bits for every
+ * literal and 48 for every match, as whole bytes rounded down. Nothing is written behind that; bytes behind the last
+ * one that counts, up to there, are unspecified.
+ *
+ * @param[in]     pLitSrc         Of each record the literal, or the length of the match less 3.
+ * @param[in]     pDistSrc        Of each record 0 for a literal, or the distance of the match, at most 32768.
+ * @param[in]     srcLen          Number of records. With 0 or less only the whole bytes of `*pCode` are written.
+ * @param[in,out] pCode           Bits that precede the records; on return those that do not fill a byte, the others 0.
+ * @param[in,out] pCodeLenBits    Their number, 0 to 16; on return 0 to 7. Bits of `*pCode` above it are ignored.
+ * @param[in]     pLitHuffCodes   Codes of the 286 literals and lengths. They are not checked: each must have a code for
+ *                                every symbol that the records use.
+ * @param[in]     pDistHuffCodes  Codes of the 30 distances.
+ * @param[out]    pDst            The destination.
+ * @param[in,out] pDstIdx         Where in it to write, in bytes; advanced by the bytes written.
+ * @retval StatusOk           All records were written.
+ * @retval StatusNullPointer  A pointer is null.
+ */
+Status ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, int32_t srcLen, uint16_t* pCode,
+                          int32_t* pCodeLenBits, const DeflateHuffCode* pLitHuffCodes,
+                          const DeflateHuffCode* pDistHuffCodes, uint8_t* pDst, int32_t* pDstIdx) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Deflate: single pass
+ *
+ * The fastest way to a Deflate stream: from the bytes straight to the bits of one block, with one probe of a hash table
+ * a position and no records between. The code is either the fixed one, or a dynamic one that was prepared from sample
+ * data with three calls:
+ *
+ * 1. ozrsDeflateLZ77FastestGetStat_8u counts the symbols of a sample,
+ * 2. ozrsDeflateLZ77FastestGenHuffTable_8u makes codes of the counts,
+ * 3. ozrsDeflateLZ77FastestGenHeader_8u makes the block header of the codes.
+ *
+ * The codes cover every symbol, so that they fit all data. Both encoders can be called again and again:
+ *
+ * @code
+ * // Before the first call: the hash table filled with -32768, index 0, and the three bits that open a block:
+ * // BFINAL, and BTYPE 1 (fixed code) or 2 (prepared code) above it.
+ * uint16_t bits = 1 | 1 << 1;
+ * int32_t bitCount = 3, srcIdx = 0;
+ * for (;;) {
+ *     const Status s = ozrsDeflateLZ77Fastest_8u(&src, &srcLen, &srcIdx, window, winSize, head, hashSize,
+ *                                                &bits, &bitCount, dst, dstLen, &dstIdx, last ? 2 : 0);
+ *     // 33: empty or enlarge dst, and call again. 0 and not last: keep the window, get more source, behind what is
+ * left
+ *     // of the old. 0 and last: the block is complete; its last 0 to 7 bits are in `bits`.
+ * }
+ * @endcode
+ *
+ * Source, index, window and hash table are those of the match search, without the chains: the window holds the bytes
+ * before `*ppSrc`, oldest first, min(`*pSrcIdx`, `winSize`) of them. Calls are fastest if these bytes lie directly in
+ * front of `*ppSrc` (`pWindow` points to them there). The hash table is `hashSize` indexes; entries may have any value,
+ * and those that do not lead to a match do no harm.
+ *
+ * How source or destination are cut into calls makes no difference to the stream.
+ *  @{ */
+
+/** Bytes that a block header of ozrsDeflateLZ77FastestGenHeader_8u takes at most. */
+enum { OZRDC_DEFLATE_HEADER_SIZE = 286 };
+
+/**
+ * Parses data as the single-pass encoders do, and counts the symbols instead of writing them.
+ *
+ * The last 260 bytes of the source are left to the next call unless `flush` says that there is none. The end-of-block
+ * symbol is not counted.
+ *
+ * @param[in,out] ppSrc           The source; advanced by the bytes parsed.
+ * @param[in,out] pSrcLen         Its length in bytes; decreased by the bytes parsed. Nothing happens at 0 and below.
+ * @param[in,out] pSrcIdx         Index of the first byte; advanced by the bytes parsed. When it comes near 2^31 it
+ * starts again from `winSize`, and the entries of the hash table are lowered with it.
+ * @param[in]     pWindow         The bytes before the source. Must not be null, but is not read at index 0.
+ * @param[in]     winSize         Size of the window, 256 to 32768. Distances are less.
+ * @param[in,out] pHashHead       The hash table.
+ * @param[in]     hashSize        Its number of entries, 256 to 65536, normally a power of 2.
+ * @param[in,out] pLitFreqTable   286 counters of literals and lengths.
+ * @param[in,out] pDistFreqTable  30 counters of distances.
+ * @param[in]     flush           2 and above: parse to the end.
+ * @retval StatusOk           The counters were increased.
+ * @retval StatusNullPointer  A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
+ */
+Status ozrsDeflateLZ77FastestGetStat_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx,
+                                        const uint8_t* pWindow, int32_t winSize, int32_t* pHashHead, int32_t hashSize,
+                                        uint32_t* pLitFreqTable, uint32_t* pDistFreqTable,
+                                        int32_t flush) OZRDC_NOEXCEPT;
+
+/**
+ * Makes Huffman codes of frequencies: for the 286 literals and lengths of at most 15 bits, for the 30 distances of at
+ * most 9.
+ *
+ * Every symbol gets a code, also one of frequency 0, which counts as 1. A code that comes out too long is made again
+ * with all frequencies raised by 1, then by 2, and so on up to 4095.
+ *
+ * @param[in]  pLitFreqTable   286 frequencies.
+ * @param[in]  pDistFreqTable  30 frequencies.
+ * @param[out] pLitHuffCodes   Receives 286 codes.
+ * @param[out] pDistHuffCodes  Receives 30 codes.
+ * @retval StatusOk               The codes are ready.
+ * @retval StatusCodeLengthLimit  A code is still too long. The tables were written, but must not be used; smaller
+ *                                frequencies help (below 2^20 they always fit).
+ * @retval StatusNullPointer      A pointer is null.
+ */
+Status ozrsDeflateLZ77FastestGenHuffTable_8u(const uint32_t* pLitFreqTable, const uint32_t* pDistFreqTable,
+                                             DeflateHuffCode* pLitHuffCodes,
+                                             DeflateHuffCode* pDistHuffCodes) OZRDC_NOEXCEPT;
+
+/**
+ * Makes the header of a dynamic block from the lengths of its codes.
+ *
+ * The first three bits are those that open the block: BFINAL, which is 0, and BTYPE, which is 2. The encoder leaves
+ * them out, since the caller has them among the bits it gives; without it, they can be written as they are, and BFINAL
+ * be set in bit 0 of the first byte.
+ *
+ * @param[in]  pLitHuffCodes   286 codes of literals and lengths; only their lengths are read.
+ * @param[in]  pDistHuffCodes  30 codes of distances; only their lengths are read.
+ * @param[out] pHeader         Receives the header; `OZRDC_DEFLATE_HEADER_SIZE` bytes. Bits behind it in the last byte
+ *                             are 0. Bytes behind the last one are left alone.
+ * @param[out] pHeaderLen      Receives its length in bytes.
+ * @param[out] pHeaderLenBits  Receives its length in bits, with the first three.
+ * @retval StatusOk            The header was written.
+ * @retval StatusNullPointer   A pointer is null.
+ * @retval StatusBadCodeTable  A code is longer than 15 bits; nothing was written.
+ */
+Status ozrsDeflateLZ77FastestGenHeader_8u(const DeflateHuffCode* pLitHuffCodes, const DeflateHuffCode* pDistHuffCodes,
+                                          uint8_t* pHeader, int32_t* pHeaderLen,
+                                          int32_t* pHeaderLenBits) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes data in one pass with a prepared code, or the fixed one.
+ *
+ * The call that encodes the first bytes of a stream (`*pSrcIdx` 0) writes the header before them; until there is
+ * something to write behind it, nothing is written. The last 260 bytes of the source are left to the next call, unless
+ * `flush` says that there is none; then the end-of-block symbol follows the last byte.
+ *
+ * Nothing is written at or behind `pDst + dstLen`; bytes from `pDst + *pDstIdx` on, up to there, are unspecified. When
+ * the destination is full the call stops behind a whole symbol, and the next one with more room goes on there. After
+ * the last bytes of a stream the next call may have no source and only write the end of the block.
+ *
+ * @param[in,out] ppSrc           The source; advanced by the bytes encoded.
+ * @param[in,out] pSrcLen         Its length in bytes; decreased by the bytes encoded. Below 0 it counts as 0.
+ * @param[in,out] pSrcIdx         Index of the first byte; advanced by the bytes encoded (see the statistics above).
+ * @param[in]     pWindow         The bytes before the source. Must not be null, but is not read at index 0.
+ * @param[in]     winSize         Size of the window, 256 to 32768. Distances are less.
+ * @param[in,out] pHashHead       The hash table.
+ * @param[in]     hashSize        Its number of entries, 256 to 65536, normally a power of 2.
+ * @param[in,out] pCode           Bits that precede the output; on return those that do not fill a byte, the others 0.
+ * @param[in,out] pCodeLenBits    Their number, 0 to 16. On return 0 to 7, or more if `pDst` has no room for the whole
+ *                                bytes that were given. Bits of `*pCode` above it are ignored.
+ * @param[out]    pDst            The destination.
+ * @param[in]     dstLen          Its size in bytes.
+ * @param[in,out] pDstIdx         Where in it to write; advanced by the bytes written.
+ * @param[in]     pLitHuffCodes   286 codes of literals and lengths, each of 1 to 15 bits, or null for the fixed code.
+ * @param[in]     pDistHuffCodes  30 codes of distances; null if `pLitHuffCodes` is.
+ * @param[in]     pHeader         The block header. Required at index 0, ignored elsewhere; null with the fixed code.
+ * @param[in]     headerLenBits   Its length in bits, with the first three, which are not written.
+ * @param[in]     flush           2 and above: encode to the end, and end the block.
+ * @retval StatusOk               All was encoded that can be; at a final flush the block is complete.
+ * @retval StatusDestinationFull  The next symbol does not fit.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null, only one code is given, a header is given with the
+ *                                fixed code, or it is missing at index 0 with a prepared one.
+ * @retval StatusSizeError        `winSize` or `hashSize` is out of range, `*pDstIdx` is negative or not below `dstLen`,
+ *                                a header is given with less than 1 bit, or the bits of `*pCode` and the header do not
+ *                                fit.
+ */
+Status ozrsDeflateLZ77FastestPrecompHeader_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx,
+                                              const uint8_t* pWindow, int32_t winSize, int32_t* pHashHead,
+                                              int32_t hashSize, uint16_t* pCode, int32_t* pCodeLenBits, uint8_t* pDst,
+                                              int32_t dstLen, int32_t* pDstIdx, const DeflateHuffCode* pLitHuffCodes,
+                                              const DeflateHuffCode* pDistHuffCodes, const uint8_t* pHeader,
+                                              int32_t headerLenBits, int32_t flush) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes data in one pass with the fixed code: ozrsDeflateLZ77FastestPrecompHeader_8u without codes and header.
+ *
+ * @param[in,out] ppSrc         The source; advanced by the bytes encoded.
+ * @param[in,out] pSrcLen       Its length in bytes; decreased by the bytes encoded.
+ * @param[in,out] pSrcIdx       Index of the first byte; advanced by the bytes encoded.
+ * @param[in]     pWindow       The bytes before the source. Must not be null, but is not read at index 0.
+ * @param[in]     winSize       Size of the window, 256 to 32768. Distances are less.
+ * @param[in,out] pHashHead     The hash table.
+ * @param[in]     hashSize      Its number of entries, 256 to 65536, normally a power of 2.
+ * @param[in,out] pCode         Bits that precede the output; on return those that do not fill a byte.
+ * @param[in,out] pCodeLenBits  Their number, 0 to 16.
+ * @param[out]    pDst          The destination.
+ * @param[in]     dstLen        Its size in bytes.
+ * @param[in,out] pDstIdx       Where in it to write; advanced by the bytes written.
+ * @param[in]     flush         2 and above: encode to the end, and end the block.
+ * @retval StatusOk               All was encoded that can be; at a final flush the block is complete.
+ * @retval StatusDestinationFull  The next symbol does not fit.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        `winSize` or `hashSize` is out of range, or `*pDstIdx` is negative or not below
+ * `dstLen`.
+ */
+Status ozrsDeflateLZ77Fastest_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx, const uint8_t* pWindow,
+                                 int32_t winSize, int32_t* pHashHead, int32_t hashSize, uint16_t* pCode,
+                                 int32_t* pCodeLenBits, uint8_t* pDst, int32_t dstLen, int32_t* pDstIdx,
+                                 int32_t flush) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Inflate
+ *
+ * The compressed blocks of Deflate streams (RFC 1951). The caller reads each block's header and handles stored blocks;
+ * the library builds decoding tables from the code lengths of a dynamic block and decodes the symbols of a block, in as
+ * many calls as the caller's buffers make necessary: a call may stop at any bit of the source and any byte of the
+ * destination, and the next one goes on there.
+ *
+ * The road of one block:
+ *
+ * 1. Read BFINAL and BTYPE. For a fixed block set `tableKind` to 0. For a dynamic block read the code lengths and give
+ *    them to ozrsInflateBuildHuffTable.
+ * 2. Set `*pMode` to 0 and call ozrsInflate_8u until it gives `*pMode` 0 back: with more source after mode 1, with more
+ *    source or more room, whichever ran out, after mode 2.
+ * 3. Bits of the next header that the call has already taken from the source are in `*pCode`.
+ *  @{ */
+
+/**
+ * Decoding tables, history window and suspended block of one Deflate stream. Allocated by the caller; needs no
+ * initialization beyond the fields below that the caller owns.
+ */
+typedef struct InflateState {
+    uint8_t* pWindow;     /**< Caller: the circular history window, or null for none. */
+    uint32_t winSize;     /**< Caller: size of the window in bytes. */
+    uint32_t tableKind;   /**< 0: the fixed code (set by the caller). 1, 2: set by ozrsInflateBuildHuffTable. */
+    uint32_t decoder[4];  /**< Library: where a block was suspended. Holds while `*pMode` is 2. */
+    uint32_t maxLitLen;   /**< Library: longest literal/length code of tables of kind 2. */
+    uint32_t maxDistLen;  /**< Library: longest distance code of tables of kind 2. */
+    uint8_t tables[7168]; /**< Library: the tables of kinds 1 and 2. */
+} InflateState;
+
+/**
+ * Makes decoding tables from the code lengths of a dynamic block.
+ *
+ * Codes with at most 11 bits for a literal or length and at most 10 for a distance give tables of kind 2, with this
+ * layout: 2^`maxLitLen` 16-bit entries for literals and lengths, indexed by the next bits of the stream, least
+ * significant first (bits 0-3 the length of the code, bits 4-7 the type, bits 8-15 the value; type 0 a literal, type
+ * 8 + e a length with e extra bits and its value less 3, type 15 the end of the block); directly behind it
+ * 2^`maxDistLen` bytes for distances (extra bits << 4 | length of the code), and 1024 bytes behind their start 16-bit
+ * base distances. The symbols 286 and 287 read as the literal byte 0 there. All other codes give tables of kind 1,
+ * whose layout is private. Whatever no code reaches is marked, and fails when it is met.
+ *
+ * Both codes must be complete, with two exceptions: a single code of one bit, and thirty distance codes of five bits,
+ * which the fixed code has. No distance code at all is accepted too.
+ *
+ * @param[in]  pCodeLens     `nLitCodeLens` lengths of literal/length codes, then `nDistCodeLens` lengths of distance
+ *                           codes. Each is at most 15, which is not checked; 0 is a symbol without a code.
+ * @param[in]  nLitCodeLens  Number of literal/length lengths, at most 288.
+ * @param[in]  nDistCodeLens Number of distance lengths, at most 30.
+ * @param[out] pState        Its `tableKind`, `maxLitLen`, `maxDistLen` and `tables` are written.
+ * @retval StatusOk            The tables are ready.
+ * @retval StatusNullPointer   `pCodeLens` or `pState` is null.
+ * @retval StatusSizeError     There are more than 288 or more than 30 lengths.
+ * @retval StatusBadCodeTable  A code is over-subscribed or incomplete, or there is no literal/length code; nothing was
+ *                             written. Also: tables of kind 2 would have no code for the end of the block (symbol 256);
+ *                             `tableKind`, `maxLitLen` and `maxDistLen` were written then, and the state must not be
+ *                             decoded with.
+ */
+Status ozrsInflateBuildHuffTable(const uint16_t* pCodeLens, uint32_t nLitCodeLens, uint32_t nDistCodeLens,
+                                 InflateState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes the symbols of a block, until its end, the end of the source or the end of the destination.
+ *
+ * History. A match may reach back over the bytes of this call, over the `dstIdx` bytes in front of `*ppDst`, and then
+ * into the window, a circular buffer: the byte just in front of `*ppDst - dstIdx` is the one in front of
+ * `pWindow[winIdx]`, older ones go down to `pWindow[0]` and on from `pWindow[winSize - 1]` down. The library never
+ * writes to the window; a caller with one large output buffer needs none. Calls are fastest with whole buffers: with
+ * several kilobytes of source and destination almost all of the work is done without a check of either end.
+ *
+ * `*pMode` on return tells why the call stopped:
+ *
+ * - 0: the code of the end of the block was read.
+ * - 1: the source is used up, and what is left in `*pCode` (at most 14 bits) is less than the next literal/length code.
+ * - 2: the destination is full and the next symbol is not the end of the block, or the source ran out inside a symbol.
+ *
+ * A destination that is just filled still takes the end of the block, so that a buffer of the exact size gives mode 0.
+ * Whole bytes that were read ahead are handed back, so that after modes 0 and 2 (destination full) at most 7 bits stay
+ * in `*pCode`, unless they came in with the call.
+ *
+ * @param[in,out] ppSrc         The next byte of the source; moved on, or back to what was read ahead.
+ * @param[in,out] pSrcLen       Bytes left in the source; may be 0.
+ * @param[in,out] pCode         Bits that were taken from the source and not yet used, least significant first. Bits
+ *                              above `*pCodeLenBits` do not matter on entry and are 0 on return.
+ * @param[in,out] pCodeLenBits  Number of these bits, 0 to 32.
+ * @param[in]     winIdx        Position in the window (see above), at most `winSize`.
+ * @param[in,out] ppDst         Where the next byte goes; moved on.
+ * @param[in,out] pDstLen       Room left in the destination, in bytes; may be 0.
+ * @param[in]     dstIdx        Number of bytes in front of `*ppDst` that matches may reach.
+ * @param[in,out] pMode         2: go on with the block that the state holds suspended. Any other value: begin with a
+ *                              symbol. On return see above; unchanged after an error.
+ * @param[in,out] pState        Tables and window; keeps the suspended step.
+ * @retval StatusOk            `*pMode` tells how far decoding came.
+ * @retval StatusNullPointer   A pointer is null, or `*ppSrc` or `*ppDst`.
+ * @retval StatusSizeError     `*pCodeLenBits` is above 32, or `winIdx` above `winSize`.
+ * @retval StatusBadCodeTable  The source holds a code that stands for nothing, or a distance that reaches behind the
+ *                             available history; or `tableKind` is above 2 (then nothing is changed). The arguments
+ * tell how far decoding came; the bytes written up to there are good.
+ */
+Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode, uint32_t* pCodeLenBits,
+                      uint32_t winIdx, uint8_t** ppDst, uint32_t* pDstLen, uint32_t dstIdx, uint32_t* pMode,
+                      InflateState* pState) OZRDC_NOEXCEPT;
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -15,6 +15,10 @@ constexpr int32_t kMaxWindow = 32768;
 constexpr int32_t kMinHashSize = 256;
 constexpr int32_t kMaxHashSize = 65536;
 
+[[nodiscard]] constexpr bool sizesAreValid(int32_t winSize, int32_t hashSize) noexcept {
+    return winSize >= kMinWindow && winSize <= kMaxWindow && hashSize >= kMinHashSize && hashSize <= kMaxHashSize;
+}
+
 // A slot of a hash table that no position was entered in. Seen from index 0 it is as far away as the largest window
 // reaches, and matches are closer than that: it needs no test of its own.
 constexpr int32_t kEmptySlot = -kMaxWindow;

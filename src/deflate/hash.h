@@ -78,8 +78,8 @@ struct RollingHash {
     uint32_t mask;
 
     // Stands before the first position. At least two bytes must be readable.
-    RollingHash(const uint8_t* first, int32_t hashSize) noexcept
-        : value((static_cast<uint32_t>(first[0]) << 5) ^ first[1]), mask(static_cast<uint32_t>(hashSize) - 1) {}
+    RollingHash(const uint8_t* first, uint32_t hashMask) noexcept
+        : value((static_cast<uint32_t>(first[0]) << 5) ^ first[1]), mask(hashMask) {}
 
     // Moves on to the position at `p`, the one behind the last, and returns its hash.
     [[gnu::always_inline]] uint32_t at(const uint8_t* p) noexcept {

@@ -75,13 +75,22 @@ struct Stream {
         return length + getboundlong(p + first, src, 0, limit - first);
     }
 
-    // Whether the four bytes at `p` are equal to those at an admitted distance before it.
+    // False if the bytes at an admitted distance before `p` cannot agree with those at `p` in the first `length`: the
+    // last four of them, or the first three if there are no more, are compared. The source must still hold `length`
+    // bytes behind `p`, and four at least.
     template <Place place>
-    [[nodiscard, gnu::always_inline]] bool startsMatch(const uint8_t* p, uint32_t distance) const noexcept {
+    [[nodiscard, gnu::always_inline]] bool mayMatch(const uint8_t* p, uint32_t distance,
+                                                    int64_t length) const noexcept {
         const int64_t inWindow = static_cast<int64_t>(distance) - (p - src);
-        if (place == Place::Source || inWindow <= 0) [[likely]]
-            return load32(p - distance) == load32(p);
-        return matchLength<place>(p, distance, 4) == 4;
+        const uint8_t* candidate;
+        if (place == Place::Source || inWindow <= 0) [[likely]] {
+            candidate = p - distance;
+        } else {
+            if (inWindow < std::max<int64_t>(length, 4)) return true;
+            candidate = windowEnd - inWindow;
+        }
+        if (length < 4) return ((load32(candidate) ^ load32(p)) & 0x00FFFFFF) == 0;
+        return load32(candidate + length - 4) == load32(p + length - 4);
     }
 };
 

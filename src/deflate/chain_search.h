@@ -1,0 +1,73 @@
+// The search that the fast and the slow parser share: the longest match among the candidates on a chain.
+//
+// A candidate counts only if its match is longer than the best so far. It must then agree in the last four bytes of a
+// match one longer than that, and hardly any candidate does by chance: one load and one comparison turn away nearly all
+// of them, without a look at their start.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "core/unaligned.h"
+#include "deflate/parser.h"
+
+namespace ozrdc::deflate {
+
+// The margins of the chain parsers at the end of a source that the stream goes on behind.
+constexpr int64_t kChainMargin = 261;
+
+// Limits of a chain parser. One position is searched although it lies within the margin: that of a call which has just
+// the margin left. Its match ends so that the bytes for the hash of every position it covers are there.
+inline Limits chainLimits(const Call& call) noexcept {
+    Limits limits(call.stream, call.final, kChainMargin, kCrcBytes);
+    if (!call.final && call.stream.end - call.stream.src == kChainMargin) {
+        limits.searchEnd = call.stream.src + 1;
+        limits.matchEnd = call.stream.src + (kMaxMatch - 1);
+    }
+    return limits;
+}
+
+// A match; none if the distance is 0, and then the length is the one that had to be beaten.
+struct Match {
+    int64_t length;
+    uint32_t distance;
+};
+
+// How a search spends its budget when it comes upon a good match.
+enum class Budget { Fixed, CutByGoodMatch };
+
+// The shortest match of the fast parser has three bytes: positions are found by the hash of four, so that only those
+// with equal hashes of different words are that short.
+constexpr int64_t kFastLeast = 3;
+constexpr int64_t kSlowLeast = 4;
+
+// The longest of the matches at `p` with `candidate` and those behind it on its chain, at most `budget` in all, that is
+// longer than `toBeat`; the nearest of equal ones.
+template <Place place, Budget kind>
+[[gnu::always_inline]] inline Match searchChain(const Call& call, const Limits& limits, const uint8_t* p,
+                                                uint32_t index, uint32_t candidate, int32_t budget,
+                                                int64_t toBeat) noexcept {
+    const uint32_t reach = call.stream.reach(p);
+    const int64_t longest = limits.longestAt(p);
+    const int64_t enough = std::min<int64_t>(call.effort.niceLength, longest);
+    Match best{toBeat, 0};
+    if (toBeat >= longest) return best;
+    bool cut = false;
+    for (; budget > 0; --budget, candidate = call.tables.before(candidate)) {
+        const uint32_t distance = index - candidate;
+        if (distance - 1 >= reach) break;
+        if (!call.stream.mayMatch<place>(p, distance, best.length + 1)) continue;
+        const int64_t length = call.stream.matchLength<place>(p, distance, longest);
+        if (length <= best.length) continue;
+        best = {length, distance};
+        if (length >= enough) break;
+        if (kind == Budget::CutByGoodMatch && !cut && length >= call.effort.goodLength) {
+            // A quarter of what is left behind this candidate.
+            budget = (budget - 1) / 4 + 1;
+            cut = true;
+        }
+    }
+    return best;
+}
+
+}  // namespace ozrdc::deflate

@@ -1,0 +1,36 @@
+// The decoding tables of the fixed code, constant data in the encoding of the general kind.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "core/deflate_code.h"
+#include "inflate/general_tables.h"
+#include "inflate/tables.h"
+
+namespace ozrdc::inflate {
+
+inline constexpr GeneralLayout spec_table_fixed_Huffman = [] {
+    using namespace deflate;
+    GeneralLayout tables{};
+    LengthCounts counts{};
+    std::array<uint16_t, kFixedLitLenSymbols> lengths{};
+    unsigned longest = 0;
+    for (unsigned symbol = 0; symbol < kFixedLitLenSymbols; ++symbol) {
+        lengths[symbol] = static_cast<uint16_t>(fixedLitLenLength(symbol));
+        ++counts[lengths[symbol]];
+        longest = std::max(longest, fixedLitLenLength(symbol));
+    }
+    buildLevels<kLitLenRootBits>(tables.litLen.data(), lengths.data(), kFixedLitLenSymbols, counts, longest,
+                                 kLitLenSymbols.data());
+
+    std::array<uint16_t, kDistCodes> distLengths{};
+    distLengths.fill(kFixedDistLength);
+    LengthCounts distCounts{};
+    distCounts[kFixedDistLength] = kDistCodes;
+    buildLevels<kDistRootBits>(tables.dist.data(), distLengths.data(), kDistCodes, distCounts, kFixedDistLength,
+                               kDistSymbols.data());
+    return tables;
+}();
+
+}  // namespace ozrdc::inflate

@@ -1,0 +1,93 @@
+// Builds tables of the general kind from code lengths; also at compile time, for the fixed code.
+//
+// A table for codes of up to L bits, written twice one behind the other, is the table for one bit more, but for the
+// codes that are that long: so the first level grows by doubling, and each code is stored once. Longer codes follow in
+// canonical order, in which codes with the same first bits stand together: each such group gets a second level, just
+// wide enough for its longest code.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "inflate/tables.h"
+
+namespace ozrdc::inflate {
+
+// Reverses the bits of a byte.
+constexpr auto swap8 = [] {
+    std::array<uint8_t, 256> reversed{};
+    for (uint32_t i = 0; i < 256; ++i) reversed[i] = static_cast<uint8_t>(deflate::reverseBits(i, 8));
+    return reversed;
+}();
+
+constexpr uint32_t reversedCode(uint32_t code, unsigned length) noexcept {
+    return (uint32_t{swap8[code & 0xFF]} << 8 | swap8[code >> 8 & 0xFF]) >> (16 - length);
+}
+
+// The symbols with a code, in canonical order: by length, equal lengths in the order of the symbols.
+struct CanonicalOrder {
+    std::array<uint16_t, deflate::kFixedLitLenSymbols> symbols{};
+
+    constexpr CanonicalOrder(const uint16_t* lengths, uint32_t n, const deflate::LengthCounts& counts) noexcept {
+        deflate::LengthCounts next{};
+        for (size_t length = 1; length < deflate::kMaxCodeLength; ++length) {
+            next[length + 1] = next[length] + counts[length];
+        }
+        for (uint32_t symbol = 0; symbol < n; ++symbol) {
+            if (lengths[symbol] != 0) symbols[next[lengths[symbol]]++] = static_cast<uint16_t>(symbol);
+        }
+    }
+};
+
+// Fills the first `kRootBits` wide level and the second levels behind it. `meanings` tells what each symbol stands for.
+template <unsigned kRootBits>
+constexpr void buildLevels(Entry* table, const uint16_t* lengths, uint32_t n, const deflate::LengthCounts& counts,
+                           unsigned longest, const Entry* meanings) noexcept {
+    const CanonicalOrder order(lengths, n, counts);
+    const uint16_t* symbol = order.symbols.data();
+
+    uint32_t code = 0;
+    size_t size = 1;
+    table[0] = entry::kInvalid;
+    for (unsigned length = 1; length <= kRootBits; ++length) {
+        std::copy_n(table, size, table + size);
+        size *= 2;
+        code *= 2;
+        for (uint32_t i = 0; i < counts[length]; ++i) {
+            table[reversedCode(code++, length)] = entry::ofCode(meanings[*symbol++], length);
+        }
+    }
+
+    constexpr uint32_t kNone = ~0U;
+    uint32_t current = kNone;  // first bits of the group whose second level is being filled
+    size_t level = 0;          // where that level begins
+    unsigned levelBits = 0;
+    for (unsigned length = kRootBits + 1; length <= longest; ++length) {
+        code *= 2;
+        for (uint32_t left = counts[length]; left > 0; --left) {
+            const uint32_t index = reversedCode(code++, length);
+            const uint32_t root = index & ((1U << kRootBits) - 1);
+            if (root != current) {
+                current = root;
+                level = size;
+                // One bit more for as long as the codes of this length do not fill the group.
+                levelBits = length - kRootBits;
+                uint32_t codes = left;
+                while (codes < 1U << levelBits && kRootBits + levelBits < longest) {
+                    ++levelBits;
+                    codes = codes * 2 + counts[kRootBits + levelBits];
+                }
+                size += size_t{1} << levelBits;
+                table[root] = entry::link(level, levelBits);
+            }
+            const unsigned bits = length - kRootBits;
+            const Entry e = entry::ofCode(meanings[*symbol++], bits);
+            for (size_t i = index >> kRootBits; i < size_t{1} << levelBits; i += size_t{1} << bits)
+                table[level + i] = e;
+        }
+    }
+}
+
+}  // namespace ozrdc::inflate

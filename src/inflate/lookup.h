@@ -1,0 +1,93 @@
+// Looks up one symbol at a time, in the tables of either kind.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/unaligned.h"
+#include "inflate/tables.h"
+
+namespace ozrdc::inflate {
+
+struct Symbol {
+    enum Kind { kInvalid, kLiteral, kEndOfBlock, kMatch };
+    Kind kind = kInvalid;
+    uint32_t codeBits = 0;   // of the code alone; 0 if it is invalid whatever comes
+    uint32_t value = 0;      // the literal, or the shortest length or distance of the code
+    uint32_t extraBits = 0;  // how many bits behind the code are added to the value
+};
+
+class GeneralTables {
+  public:
+    explicit GeneralTables(const GeneralLayout& layout) noexcept : layout_(&layout) {}
+
+    [[nodiscard]] const GeneralLayout& layout() const noexcept { return *layout_; }
+
+    [[nodiscard]] Symbol litLen(uint64_t bits) const noexcept {
+        Symbol symbol = find<kLitLenRootBits>(layout_->litLen, bits);
+        if (symbol.kind == Symbol::kMatch) symbol.value = deflate::kMinMatch + (symbol.value & 0xFF);
+        return symbol;
+    }
+    [[nodiscard]] Symbol dist(uint64_t bits) const noexcept {
+        Symbol symbol = find<kDistRootBits>(layout_->dist, bits);
+        symbol.value += 1;
+        return symbol;
+    }
+
+  private:
+    template <unsigned kRootBits, size_t kSize>
+    static Symbol find(const std::array<Entry, kSize>& table, uint64_t bits) noexcept {
+        Entry e = table[bits & ((1U << kRootBits) - 1)];
+        unsigned before = 0;
+        if ((e & (entry::kRegular | entry::kLink)) == entry::kLink) {
+            before = kRootBits;
+            const size_t index = entry::linkedIndex(e) + (bits >> kRootBits & ((1U << entry::codeBits(e)) - 1));
+            e = index < kSize ? table[index] : entry::kInvalid;
+        }
+        const unsigned codeBits = entry::codeBits(e);
+        Symbol symbol{Symbol::kInvalid, before + codeBits, e >> entry::kValueShift & 0x7FFF, 0};
+        if (e & entry::kRegular) {
+            symbol.kind = e & entry::kLiteral ? Symbol::kLiteral : Symbol::kMatch;
+            symbol.extraBits = entry::bitsToTake(e) - codeBits;
+        } else if (e & entry::kEndOfBlock) {
+            symbol.kind = Symbol::kEndOfBlock;
+        }
+        return symbol;
+    }
+
+    const GeneralLayout* layout_;
+};
+
+class ShortTables {
+  public:
+    explicit ShortTables(const InflateState& state) noexcept
+        : layout_(state.tables, state.maxLitLen),
+          litLenMask_((1U << state.maxLitLen) - 1),
+          distMask_((1U << state.maxDistLen) - 1) {}
+
+    [[nodiscard]] Symbol litLen(uint64_t bits) const noexcept {
+        const unsigned e = load16(layout_.litLen + (bits & litLenMask_) * sizeof(ShortEntry));
+        const unsigned codeBits = e & 15;
+        const unsigned type = e >> short_entry::kTypeShift & 15;
+        const unsigned value = e >> short_entry::kValueShift;
+        if (codeBits == 0) return {};
+        if (type == 0) return {Symbol::kLiteral, codeBits, value, 0};
+        if (type == short_entry::kEndOfBlockType) return {Symbol::kEndOfBlock, codeBits, 0, 0};
+        if (type < short_entry::kLengthType) return {Symbol::kInvalid, codeBits, 0, 0};
+        return {Symbol::kMatch, codeBits, value + deflate::kMinMatch, type - short_entry::kLengthType};
+    }
+    [[nodiscard]] Symbol dist(uint64_t bits) const noexcept {
+        const size_t index = bits & distMask_;
+        const unsigned e = layout_.distBits[index];
+        if ((e & 15) == 0) return {};
+        return {Symbol::kMatch, e & 15, load16(layout_.distBases + index * sizeof(uint16_t)),
+                e >> short_entry::kTypeShift};
+    }
+
+  private:
+    ShortLayout<const uint8_t> layout_;
+    uint32_t litLenMask_;
+    uint32_t distMask_;
+};
+
+}  // namespace ozrdc::inflate

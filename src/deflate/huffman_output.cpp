@@ -1,0 +1,81 @@
+// Writes the records of the match search as Huffman-coded symbols.
+//
+// Each record is one word, ORed into a 64-bit accumulator whose whole bytes are stored after every record: a store of 8
+// bytes and an advance by what is full costs less than a branch on whether there is enough.
+//
+// The caller provides room for the worst case, 15 bits a literal and 48 a match, and nothing is stored behind it. A
+// store of 8 bytes stays inside as long as the records that are still to come may fill it; the last ones are stored
+// byte by byte.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "core/arguments.h"
+#include "core/entry_points.h"
+#include "deflate/bit_writer.h"
+#include "deflate/record_words.h"
+
+namespace ozrdc::deflate {
+namespace {
+
+// As many records may fill a wide store, however short they are.
+constexpr int32_t kRecordsOfAWideStore = 5;
+static_assert(kRecordsOfAWideStore * kMaxLiteralBits >= 64);
+static_assert(7 + kMaxMatchBits < 64);  // what a store leaves over, and a record
+
+// From this number of records on, merged tables are worth building.
+constexpr int32_t kMergedRecords = 512;
+
+struct Records {
+    const uint8_t* values;
+    const uint16_t* distances;
+    int32_t count;
+};
+
+template <class Words>
+[[gnu::always_inline]] inline void write(const Records records, const Words& words, BitWriter& writer) noexcept {
+    BitWriter out = writer;
+    out.storeExact();  // the caller may have given more than a byte
+    const int32_t wide = records.count - kRecordsOfAWideStore;
+    int32_t i = 0;
+    for (; i < wide; ++i) {
+        out.put(words.record(records.values[i], records.distances[i]));
+        out.storeWide();
+    }
+    for (; i < records.count; ++i) {
+        out.put(words.record(records.values[i], records.distances[i]));
+        out.storeExact();
+    }
+    writer = out;
+}
+
+// Writes records by merged tables.
+[[gnu::noinline]] void ownsDeflateHuff_8u(const Records records, const CodeWords codes, BitWriter& writer) noexcept {
+    const MergedWords words(codes.lit, codes.dist);
+    write(records, words, writer);
+}
+
+}  // namespace
+}  // namespace ozrdc::deflate
+
+using namespace ozrdc;
+using namespace ozrdc::deflate;
+
+Status y8_ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, int32_t srcLen, uint16_t* pCode,
+                             int32_t* pCodeLenBits, const DeflateHuffCode* pLitHuffCodes,
+                             const DeflateHuffCode* pDistHuffCodes, uint8_t* pDst, int32_t* pDstIdx) noexcept {
+    if (anyNull(pLitSrc, pDistSrc, pCode, pCodeLenBits, pLitHuffCodes, pDistHuffCodes, pDst, pDstIdx)) {
+        return StatusNullPointer;
+    }
+    const Records records{pLitSrc, pDistSrc, srcLen};
+    const CodeWords codes{pLitHuffCodes, pDistHuffCodes};
+    BitWriter writer(*pCode, *pCodeLenBits, pDst + *pDstIdx);
+    if (srcLen < kMergedRecords) {
+        write(records, codes, writer);
+    } else {
+        ownsDeflateHuff_8u(records, codes, writer);
+    }
+    *pDstIdx = static_cast<int32_t>(writer.dst - pDst);
+    writer.giveBack(pCode, pCodeLenBits);
+    return StatusOk;
+}

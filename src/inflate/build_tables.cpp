@@ -58,10 +58,8 @@ struct Code {
 
 void buildGeneralTables(const Code& litLen, const Code& dist, InflateState* pState) noexcept {
     auto* const tables = new (pState->tables) GeneralLayout;
-    buildLevels<kLitLenRootBits>(tables->litLen.data(), litLen.lengths, litLen.n, litLen.counts, litLen.longest,
-                                 kLitLenSymbols.data());
-    buildLevels<kDistRootBits>(tables->dist.data(), dist.lengths, dist.n, dist.counts, dist.longest,
-                               kDistSymbols.data());
+    buildLevels<LitLenAlphabet>(tables->litLen.data(), litLen.lengths, litLen.n, litLen.counts, litLen.longest);
+    buildLevels<DistAlphabet>(tables->dist.data(), dist.lengths, dist.n, dist.counts, dist.longest);
 }
 
 // Calls put(index, symbol, length) for the codes of a single-level table in canonical order, and grow(size) to write

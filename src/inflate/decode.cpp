@@ -52,7 +52,7 @@ struct Suspended {
 
     // Whether a call can have left these words; others come from a state that was overwritten.
     [[nodiscard]] bool plausible() const noexcept {
-        return step <= Step::kCopy && length <= kMaxEntryLength && extraBits <= deflate::kMaxCodeLength;
+        return step <= Step::kCopy && length <= deflate::kMaxMatch && extraBits <= deflate::kMaxCodeLength;
     }
 };
 
@@ -72,7 +72,7 @@ Stop decode(const Tables& tables, Source& source, Output& output, const History&
     for (;;) {
         switch (at.step) {
             case Step::kSymbol: {
-                if (roomForFastLoop(source, output)) fast.run(source, output, history);
+                fast.run(source, output, history);
                 Symbol symbol;
                 const auto lookup = [&](uint64_t bits) noexcept { return tables.litLen(bits); };
                 if (!nextSymbol(source, lookup, symbol)) return Stop::kSourceAtSymbol;

@@ -1,6 +1,12 @@
 // The fast loop: whole symbols, as long as both buffers have room for the largest.
+//
+// What bounds it is the chain from one table entry to the next: take the entry's bits, index, load. So nothing else
+// stands in that chain. The bit buffer is not carried on but loaded anew, from the position that is the sum of the bits
+// taken so far, in the shadow of a look-up that the bits before it still suffice for; and the next symbol is looked up
+// before a match is copied.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -13,14 +19,134 @@
 
 namespace ozrdc::inflate {
 
-// A refill loads 8 bytes and moves on by 7 at most; a pass refills twice.
-constexpr ptrdiff_t kSourceMargin = 2 * 7 + 8;
+// Bits that are there at least after a refill: 8 bytes less the part of the first that has been taken.
+constexpr unsigned kRefill = 64 - 7;
+
+constexpr unsigned kMaxLengthBits = deflate::kMaxCodeLength + 5;
+constexpr unsigned kMaxDistExtraBits = 13;
+
+// A pass takes at most this many bits in front of its last refill, which loads 8 bytes, the first perhaps in part.
+template <unsigned kLitLenBits, unsigned kDistBits>
+constexpr ptrdiff_t kSourceMargin = (2 * kLitLenBits + kMaxLengthBits + kDistBits + 7) / 8 + 8;
 
 // A pass stores three literals and the longest match at most.
-constexpr ptrdiff_t kDestinationMargin = 3 + kMaxEntryLength + kMatchOverwrite;
+constexpr ptrdiff_t kDestinationMargin = 3 + deflate::kMaxMatch + kMatchOverwrite;
 
-[[gnu::always_inline]] inline bool roomForFastLoop(const Source& source, const Output& output) noexcept {
-    return source.end - source.ip >= kSourceMargin && output.end - output.op >= kDestinationMargin;
+// Masks of the low bits.
+constexpr auto MaskBits = [] {
+    std::array<uint64_t, 64> masks{};
+    for (unsigned n = 0; n < 64; ++n) masks[n] = (uint64_t{1} << n) - 1;
+    return masks;
+}();
+
+// The bits of the source from a position on.
+class BitCursor {
+  public:
+    BitCursor(const uint8_t* base, uint64_t position) noexcept : base_(base), position_(position) {}
+
+    [[gnu::always_inline]] void refill() noexcept { bits_ = load64(base_ + position_ / 8) >> (position_ % 8); }
+    [[gnu::always_inline]] void drop(unsigned n) noexcept {
+        bits_ >>= n;
+        position_ += n;
+    }
+    [[gnu::always_inline]] [[nodiscard]] uint64_t bits() const noexcept { return bits_; }
+    [[gnu::always_inline]] [[nodiscard]] uint64_t position() const noexcept { return position_; }
+
+  private:
+    const uint8_t* base_;
+    uint64_t position_;
+    uint64_t bits_ = 0;
+};
+
+template <unsigned kLitLenBits, unsigned kDistBits>
+void decodeFast(const Entry* litLen, const Entry* dist, Source& source, Output& output,
+                const History& history) noexcept {
+    // What a refill leaves for the symbols up to the next one.
+    constexpr unsigned afterDistance = kRefill - (kDistBits + kMaxDistExtraBits);
+    static_assert(afterDistance >= 3 * kLitLenBits);              // two literals and the next look-up
+    static_assert(afterDistance >= 2 * kLitLenBits + kDistBits);  // a literal, a length and the look-up of its distance
+    static_assert(kRefill - kLitLenBits >= afterDistance);        // the third literal
+    static_assert(kRefill >= kMaxLengthBits + kDistBits);
+    static_assert(kRefill >= deflate::kMaxCodeLength - kDistBits + kMaxDistExtraBits + 3 * kLitLenBits);
+
+    BitCursor in(source.begin, static_cast<uint64_t>(source.ip - source.begin) * 8 - source.held);
+    const uint64_t limit = static_cast<uint64_t>(source.end - source.begin - kSourceMargin<kLitLenBits, kDistBits>) * 8;
+    uint8_t* op = output.op;
+    uint8_t* const opLimit = output.end - kDestinationMargin;
+    const uintptr_t lowest = history.lowest;
+
+    const auto nextLitLen = [&]() __attribute__((always_inline)) { return litLen[in.bits() & MaskBits[kLitLenBits]]; };
+    const auto putLiteral = [&](Entry e) __attribute__((always_inline)) {
+        in.drop(entry::bitsToTake(e));
+        *op++ = entry::literal(e);
+    };
+
+    in.refill();
+    Entry e = nextLitLen();
+    uint64_t symbolStart = in.position();
+    while (in.position() <= limit && op <= opLimit) {
+        if (e & entry::kLiteral) {
+            putLiteral(e);
+            e = nextLitLen();
+            if (e & entry::kLiteral) {
+                putLiteral(e);
+                e = nextLitLen();
+                in.refill();
+                if (e & entry::kLiteral) {
+                    putLiteral(e);
+                    e = nextLitLen();
+                    symbolStart = in.position();
+                    continue;
+                }
+            }
+        }
+        symbolStart = in.position();
+        uint64_t length = entry::length(e);
+        if (!(e & entry::kLength)) [[unlikely]] {
+            in.refill();
+            if (entry::sort(e) == entry::kLink) {
+                in.drop(kLitLenBits);
+                e = litLen[entry::linkedIndex(e) + (in.bits() & MaskBits[entry::codeBits(e)])];
+                if (e & entry::kLiteral) {
+                    putLiteral(e);
+                    e = nextLitLen();
+                    in.refill();
+                    symbolStart = in.position();
+                    continue;
+                }
+            }
+            length = entry::length(e);
+            if (entry::sort(e) == entry::kLongLength) {
+                length += (in.bits() & MaskBits[entry::bitsToTake(e)]) >> entry::codeBits(e);
+            } else if (!(e & entry::kLength)) {
+                break;
+            }
+        }
+        in.drop(entry::bitsToTake(e));
+        Entry d = dist[in.bits() & MaskBits[kDistBits]];
+        in.refill();
+        if (!(d & entry::kDistance)) [[unlikely]] {
+            if (entry::sort(d) != entry::kLink) break;
+            in.drop(kDistBits);
+            d = dist[entry::linkedIndex(d) + (in.bits() & MaskBits[entry::codeBits(d)])];
+            if (!(d & entry::kDistance)) break;
+            in.refill();
+        }
+        const uint64_t distance =
+            entry::baseDistance(d) + ((in.bits() & MaskBits[entry::bitsToTake(d)]) >> entry::codeBits(d));
+        in.drop(entry::bitsToTake(d));
+        e = nextLitLen();
+        if (distance > reinterpret_cast<uintptr_t>(op) - lowest) [[unlikely]] {
+            if (!history.reaches(op, distance)) break;
+            history.copyExact(op, distance, length);
+        } else {
+            copyMatchFast(op, distance, length);
+        }
+        op += length;
+        symbolStart = in.position();
+    }
+    source.moveTo(symbolStart);
+    output.op = op;
 }
 
 template <class Tables>
@@ -34,112 +160,16 @@ template <>
 class FastDecoder<GeneralTables> {
   public:
     explicit FastDecoder(const GeneralTables& tables) noexcept : layout_(tables.layout()) {}
-    void run(Source& source, Output& output, const History& history) const noexcept;
+    void run(Source& source, Output& output, const History& history) const noexcept {
+        if (!source.positioned() || source.end - source.ip < kSourceMargin<kLitLenRootBits, kDistRootBits> ||
+            output.end - output.op < kDestinationMargin) {
+            return;
+        }
+        decodeFast<kLitLenRootBits, kDistRootBits>(layout_.litLen.data(), layout_.dist.data(), source, output, history);
+    }
 
   private:
     const GeneralLayout& layout_;
 };
-
-inline void FastDecoder<GeneralTables>::run(Source& source, Output& output, const History& history) const noexcept {
-    const Entry* const litLen = layout_.litLen.data();
-    const Entry* const dist = layout_.dist.data();
-    const uint8_t* ip = source.ip;
-    const uint8_t* const ipLimit = source.end - kSourceMargin;
-    uint8_t* op = output.op;
-    uint8_t* const opLimit = output.end - kDestinationMargin;
-    uint64_t bits = source.bits;
-    uint64_t held = source.held;
-
-    const auto refill = [&]() __attribute__((always_inline)) {
-        bits |= load64(ip) << (held & 63);
-        ip += ((held ^ 63) >> 3) & 7;
-        held |= 56;
-    };
-    const auto drop = [&](Entry e) __attribute__((always_inline)) {
-        bits >>= e & 63;
-        held -= e;
-    };
-    constexpr uint64_t litMask = (1U << kLitLenRootBits) - 1;
-    constexpr uint64_t distMask = (1U << kDistRootBits) - 1;
-
-    const auto finish = [&](uint64_t b, uint64_t h, const uint8_t* i) {
-        source.ip = i;
-        source.held = static_cast<uint32_t>(h & 63);
-        source.bits = b & ((uint64_t{1} << source.held) - 1);
-        output.op = op;
-    };
-    refill();
-    Entry e = litLen[bits & litMask];
-    do {
-        refill();
-        if (e & entry::kLiteral) {
-            drop(e);
-            *op++ = static_cast<uint8_t>(e >> entry::kValueShift);
-            e = litLen[bits & litMask];
-            if (e & entry::kLiteral) {
-                drop(e);
-                *op++ = static_cast<uint8_t>(e >> entry::kValueShift);
-                e = litLen[bits & litMask];
-                if (e & entry::kLiteral) {
-                    drop(e);
-                    *op++ = static_cast<uint8_t>(e >> entry::kValueShift);
-                    e = litLen[bits & litMask];
-                    continue;
-                }
-            }
-        }
-        const uint64_t bits0 = bits;
-        const uint64_t held0 = held;
-        const uint8_t* const ip0 = ip;
-        if (!(e & entry::kRegular)) [[unlikely]] {
-            if (!(e & entry::kLink)) return finish(bits, held, ip);
-            bits >>= kLitLenRootBits;
-            held -= kLitLenRootBits;
-            const size_t index = entry::linkedIndex(e) + (bits & ((1U << entry::codeBits(e)) - 1));
-            if (index >= kLitLenEntries) return finish(bits0, held0, ip0);
-            e = litLen[index];
-            if (e & entry::kLiteral) {
-                drop(e);
-                *op++ = static_cast<uint8_t>(e >> entry::kValueShift);
-                e = litLen[bits & litMask];
-                continue;
-            }
-            if (!(e & entry::kRegular)) return finish(bits0, held0, ip0);
-        }
-        const uint64_t length = 3 + entry::byteValue(e) + (bits >> entry::codeBits(e) & e >> entry::kLengthMaskShift);
-        drop(e);
-        Entry d = dist[bits & distMask];
-        refill();
-        if (!(d & entry::kRegular)) [[unlikely]] {
-            if (!(d & entry::kLink)) {
-                return finish(bits0, held0, ip0);
-            }
-            bits >>= kDistRootBits;
-            held -= kDistRootBits;
-            const size_t index = entry::linkedIndex(d) + (bits & ((1U << entry::codeBits(d)) - 1));
-            if (index >= kDistEntries) {
-                return finish(bits0, held0, ip0);
-            }
-            d = dist[index];
-            if (!(d & entry::kRegular)) {
-                return finish(bits0, held0, ip0);
-            }
-        }
-        const uint64_t extra = (bits & ~(~uint64_t{0} << (d & 63))) >> entry::codeBits(d);
-        const uint64_t distance = (d >> entry::kValueShift) + 1 + extra;
-        drop(d);
-        e = litLen[bits & litMask];
-        if (distance > history.inDestination(op)) [[unlikely]] {
-            if (!history.reaches(op, distance)) {
-                return finish(bits0, held0, ip0);
-            }
-            history.copyExact(op, distance, length);
-        } else {
-            copyMatchFast(op, distance, length);
-        }
-        op += length;
-    } while (ip <= ipLimit && op <= opLimit);
-    finish(bits, held, ip);
-}
 
 }  // namespace ozrdc::inflate

@@ -21,15 +21,13 @@ inline constexpr GeneralLayout spec_table_fixed_Huffman = [] {
         ++counts[lengths[symbol]];
         longest = std::max(longest, fixedLitLenLength(symbol));
     }
-    buildLevels<kLitLenRootBits>(tables.litLen.data(), lengths.data(), kFixedLitLenSymbols, counts, longest,
-                                 kLitLenSymbols.data());
+    buildLevels<LitLenAlphabet>(tables.litLen.data(), lengths.data(), kFixedLitLenSymbols, counts, longest);
 
     std::array<uint16_t, kDistCodes> distLengths{};
     distLengths.fill(kFixedDistLength);
     LengthCounts distCounts{};
     distCounts[kFixedDistLength] = kDistCodes;
-    buildLevels<kDistRootBits>(tables.dist.data(), distLengths.data(), kDistCodes, distCounts, kFixedDistLength,
-                               kDistSymbols.data());
+    buildLevels<DistAlphabet>(tables.dist.data(), distLengths.data(), kDistCodes, distCounts, kFixedDistLength);
     return tables;
 }();
 

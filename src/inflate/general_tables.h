@@ -41,12 +41,51 @@ struct CanonicalOrder {
     }
 };
 
-// Fills the first `kRootBits` wide level and the second levels behind it. `meanings` tells what each symbol stands for.
+// Where in the first level a length code with extra bits begins.
+struct LongLength {
+    uint32_t index;
+    Entry entry;
+};
+
+// Gives the entries of a length code in a first level of `kRootBits` the lengths that their extra bits make.
 template <unsigned kRootBits>
+constexpr void addExtraBits(Entry* table, LongLength code) noexcept {
+    const unsigned codeBits = entry::codeBits(code.entry);
+    const uint32_t values = 1U << (entry::bitsToTake(code.entry) - codeBits);
+    Entry e = (code.entry & ~Entry{entry::kSortMask}) | entry::kLength;
+    for (uint32_t value = 0; value < values; ++value, e += 1U << entry::kLengthShift) {
+        for (size_t i = code.index | value << codeBits; i < size_t{1} << kRootBits; i += size_t{values} << codeBits) {
+            table[i] = e;
+        }
+    }
+}
+
+// An entry is made from what its symbol stands for, and from the length of its code, which counts for the bits to take
+// and, but for literals, as the place of the extra bits.
+struct LitLenAlphabet {
+    static constexpr unsigned kRootBits = kLitLenRootBits;
+    static constexpr Entry entryOf(unsigned symbol, unsigned codeLength) noexcept {
+        const unsigned place = symbol < deflate::kEndOfBlock ? 0 : codeLength << entry::kCodeBitsShift;
+        return kLitLenSymbols[symbol] + place + codeLength;
+    }
+};
+
+struct DistAlphabet {
+    static constexpr unsigned kRootBits = kDistRootBits;
+    static constexpr Entry entryOf(unsigned symbol, unsigned codeLength) noexcept {
+        return kDistSymbols[symbol] + (codeLength << entry::kCodeBitsShift) + codeLength;
+    }
+};
+
+// Fills the first level and the second levels behind it.
+template <class Alphabet>
 constexpr void buildLevels(Entry* table, const uint16_t* lengths, uint32_t n, const deflate::LengthCounts& counts,
-                           unsigned longest, const Entry* meanings) noexcept {
+                           unsigned longest) noexcept {
+    constexpr unsigned kRootBits = Alphabet::kRootBits;
     const CanonicalOrder order(lengths, n, counts);
     const uint16_t* symbol = order.symbols.data();
+    std::array<LongLength, deflate::kLengthCodes> longLengths{};
+    size_t longLengthCount = 0;
 
     uint32_t code = 0;
     size_t size = 1;
@@ -56,9 +95,14 @@ constexpr void buildLevels(Entry* table, const uint16_t* lengths, uint32_t n, co
         size *= 2;
         code *= 2;
         for (uint32_t i = 0; i < counts[length]; ++i) {
-            table[reversedCode(code++, length)] = entry::ofCode(meanings[*symbol++], length);
+            const Entry e = Alphabet::entryOf(*symbol++, length);
+            const uint32_t index = reversedCode(code++, length);
+            table[index] = e;
+            if (entry::sort(e) == entry::kLongLength && entry::bitsToTake(e) <= kRootBits)
+                longLengths[longLengthCount++] = {index, e};
         }
     }
+    for (size_t i = 0; i < longLengthCount; ++i) addExtraBits<kRootBits>(table, longLengths[i]);
 
     constexpr uint32_t kNone = ~0U;
     uint32_t current = kNone;  // first bits of the group whose second level is being filled
@@ -80,10 +124,10 @@ constexpr void buildLevels(Entry* table, const uint16_t* lengths, uint32_t n, co
                     codes = codes * 2 + counts[kRootBits + levelBits];
                 }
                 size += size_t{1} << levelBits;
-                table[root] = entry::link(level, levelBits);
+                table[root] = entry::link(level, kRootBits, levelBits);
             }
             const unsigned bits = length - kRootBits;
-            const Entry e = entry::ofCode(meanings[*symbol++], bits);
+            const Entry e = Alphabet::entryOf(*symbol++, bits);
             for (size_t i = index >> kRootBits; i < size_t{1} << levelBits; i += size_t{1} << bits)
                 table[level + i] = e;
         }

@@ -24,35 +24,39 @@ class GeneralTables {
     [[nodiscard]] const GeneralLayout& layout() const noexcept { return *layout_; }
 
     [[nodiscard]] Symbol litLen(uint64_t bits) const noexcept {
-        Symbol symbol = find<kLitLenRootBits>(layout_->litLen, bits);
-        if (symbol.kind == Symbol::kMatch) symbol.value = deflate::kMinMatch + (symbol.value & 0xFF);
+        const auto [e, before] = find<kLitLenRootBits>(layout_->litLen, bits);
+        if (e & entry::kLiteral) return {Symbol::kLiteral, before + entry::bitsToTake(e), entry::literal(e), 0};
+        const unsigned codeBits = entry::codeBits(e);
+        Symbol symbol{Symbol::kMatch, before + codeBits, entry::length(e), (entry::bitsToTake(e) - codeBits) & 15};
+        if (e & entry::kLength) {
+            // The extra bits are taken apart from the code here, and may not even be there yet.
+            symbol.value -= static_cast<uint32_t>(bits >> symbol.codeBits) & ((1U << symbol.extraBits) - 1);
+        } else if (entry::sort(e) == entry::kEndOfBlock) {
+            symbol.kind = Symbol::kEndOfBlock;
+        } else if (entry::sort(e) != entry::kLongLength) {
+            symbol.kind = Symbol::kInvalid;
+        }
         return symbol;
     }
     [[nodiscard]] Symbol dist(uint64_t bits) const noexcept {
-        Symbol symbol = find<kDistRootBits>(layout_->dist, bits);
-        symbol.value += 1;
-        return symbol;
+        const auto [e, before] = find<kDistRootBits>(layout_->dist, bits);
+        const unsigned codeBits = entry::codeBits(e);
+        return {e & entry::kDistance ? Symbol::kMatch : Symbol::kInvalid, before + codeBits, entry::baseDistance(e),
+                (entry::bitsToTake(e) - codeBits) & 15};
     }
 
   private:
+    struct Found {
+        Entry entry;
+        unsigned before;  // bits of the code in front of the entry's level
+    };
+
     template <unsigned kRootBits, size_t kSize>
-    static Symbol find(const std::array<Entry, kSize>& table, uint64_t bits) noexcept {
-        Entry e = table[bits & ((1U << kRootBits) - 1)];
-        unsigned before = 0;
-        if ((e & (entry::kRegular | entry::kLink)) == entry::kLink) {
-            before = kRootBits;
-            const size_t index = entry::linkedIndex(e) + (bits >> kRootBits & ((1U << entry::codeBits(e)) - 1));
-            e = index < kSize ? table[index] : entry::kInvalid;
-        }
-        const unsigned codeBits = entry::codeBits(e);
-        Symbol symbol{Symbol::kInvalid, before + codeBits, e >> entry::kValueShift & 0x7FFF, 0};
-        if (e & entry::kRegular) {
-            symbol.kind = e & entry::kLiteral ? Symbol::kLiteral : Symbol::kMatch;
-            symbol.extraBits = entry::bitsToTake(e) - codeBits;
-        } else if (e & entry::kEndOfBlock) {
-            symbol.kind = Symbol::kEndOfBlock;
-        }
-        return symbol;
+    static Found find(const std::array<Entry, kSize>& table, uint64_t bits) noexcept {
+        const Entry e = table[bits & ((1U << kRootBits) - 1)];
+        if (entry::sort(e) != entry::kLink) return {e, 0};
+        const size_t index = entry::linkedIndex(e) + (bits >> kRootBits & ((1U << entry::codeBits(e)) - 1));
+        return {index < kSize ? table[index] : Entry{entry::kInvalid}, kRootBits};
     }
 
     const GeneralLayout* layout_;

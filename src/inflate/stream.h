@@ -43,6 +43,16 @@ struct Source {
         drop(n);
         return value;
     }
+    // Whether the bits that are held are the last ones of the byte in front of `ip`, and this call took that byte: then
+    // the place in the source says it all.
+    [[nodiscard]] bool positioned() const noexcept { return held == 0 || (held < 8 && ip > begin); }
+
+    // Goes to a place, in bits from `begin`, at most 7 bits of which this call did not take.
+    void moveTo(uint64_t position) noexcept {
+        ip = begin + (position + 7) / 8;
+        held = static_cast<uint32_t>(-position & 7);
+        bits = held == 0 ? 0 : uint64_t{ip[-1]} >> (8 - held);
+    }
     // Gives whole bytes back, as far as this call took them.
     void handBack() noexcept {
         const auto bytes = static_cast<uint32_t>(std::min<ptrdiff_t>(held / 8, ip - begin));

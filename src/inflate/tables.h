@@ -1,23 +1,29 @@
-// The decoding tables of a state: how their entries are coded, where they stand, and how a symbol is looked up.
+// The decoding tables of a state: how their entries are coded and where they stand.
 //
 // Two kinds. Both are indexed by the next bits of the stream, least significant first, so that a code is found at its
 // bit-reversed value, repeated for every value of the bits behind it.
 //
 // The short kind has a published layout of 16-bit entries and a single level. The general kind takes codes of any
 // length: a first level of 32-bit entries, 10 bits wide for literals and lengths and 8 bits for distances, and behind
-// it second levels for the longer codes. Its entries hold everything that decoding a symbol needs, ready for use:
+// it second levels for the longer codes. Its entries hold what decoding a symbol needs, ready for use:
 //
-//     bits 0-5    bits to take from the stream: code and extra bits together
-//     bits 8-11   bits of the code alone (within its level)
-//     bit 14      set in every entry that stands for a literal, a length or a distance
-//     bit 15      literals
-//     bits 16-23  the literal, or the base of the length less 3; the base of a distance less 1 takes bits 16-30
-//     bits 27-31  mask of a length's extra bits
+//     byte 0      bits to take from the stream: code and extra bits together
+//     byte 1      bits of the code alone (within its level); of a literal: the literal
 //
-// The amount to shift by stands in the low bits because a shift looks at no others.
+// and for literals and lengths
 //
-// An entry without bit 14 is the end of the block, a link to a second level, or invalid. Entry 0 is invalid, and tables
-// start out from it, so that whatever no code reaches is.
+//     bit 16      a literal
+//     bit 17      a length, with its extra bits already added: they stand in the index together with the code
+//     bits 18-19  what an entry with neither of these is
+//     bits 24-31  length less 3
+//
+// or for distances
+//
+//     bit 16      a distance
+//     bits 17-31  shortest distance of the code
+//
+// All other entries are of the sorts of `entry::Sort`. Entry 0 is invalid, and tables start out from it, so that
+// whatever no code reaches is. No entry, not even a damaged one, stands for more than the longest match.
 #pragma once
 
 #include <array>
@@ -40,46 +46,51 @@ using Entry = uint32_t;
 
 namespace entry {
 
-constexpr Entry kInvalid = 0;
-constexpr Entry kRegular = 1U << 14;
-constexpr Entry kLiteral = 1U << 15;
-constexpr Entry kEndOfBlock = 1U << 13;
-constexpr Entry kLink = 1U << 12;
+constexpr Entry kLiteral = 1U << 16;
+constexpr Entry kLength = 1U << 17;
+constexpr Entry kDistance = 1U << 16;
+
+// Entries that are neither a literal nor a length nor a distance.
+enum Sort : uint32_t {
+    kInvalid = 0,
+    kLink = 1U << 18,        // to a second level
+    kEndOfBlock = 2U << 18,  // no more symbols
+    kLongLength = 3U << 18,  // a length whose extra bits do not all stand in the index; it is the shortest of its code
+    kSortMask = 3U << 18 | kLiteral | kLength
+};
+static_assert((kDistance & kSortMask) != 0);
 
 constexpr unsigned kCodeBitsShift = 8;
-constexpr unsigned kValueShift = 16;
-constexpr unsigned kLengthMaskShift = 27;
-
-// An entry is made from what its symbol stands for, and from the length of its code, which counts twice: for the bits
-// to take, and as the place of the extra bits.
-constexpr Entry ofCode(Entry symbol, unsigned codeLength) noexcept {
-    return symbol + codeLength + (codeLength << kCodeBitsShift);
-}
-
-// A link to `bits` wide second-level entries from entry `index` on.
-constexpr Entry link(size_t index, unsigned bits) noexcept {
-    return kLink | static_cast<Entry>(index) << kValueShift | bits << kCodeBitsShift;
-}
+constexpr unsigned kLiteralShift = 8;
+constexpr unsigned kDistanceShift = 17;
+constexpr unsigned kLinkShift = 20;
+constexpr unsigned kLengthShift = 24;
 
 constexpr unsigned bitsToTake(Entry e) noexcept { return e & 63; }
-constexpr unsigned codeBits(Entry e) noexcept { return e >> kCodeBitsShift & 15; }
-constexpr unsigned byteValue(Entry e) noexcept { return e >> kValueShift & 0xFF; }
-constexpr size_t linkedIndex(Entry e) noexcept { return e >> kValueShift; }
+constexpr unsigned codeBits(Entry e) noexcept { return e >> kCodeBitsShift & 63; }
+constexpr uint8_t literal(Entry e) noexcept { return static_cast<uint8_t>(e >> kLiteralShift); }
+constexpr unsigned length(Entry e) noexcept { return deflate::kMinMatch + (e >> kLengthShift); }
+constexpr unsigned baseDistance(Entry e) noexcept { return e >> kDistanceShift; }
+constexpr size_t linkedIndex(Entry e) noexcept { return e >> kLinkShift; }
+constexpr Sort sort(Entry e) noexcept { return static_cast<Sort>(e & kSortMask); }
+
+// A link to `bits` wide second-level entries from entry `index` on.
+constexpr Entry link(size_t index, unsigned rootBits, unsigned bits) noexcept {
+    return static_cast<Entry>(index) << kLinkShift | kLink | bits << kCodeBitsShift | rootBits;
+}
 
 }  // namespace entry
 
 // What the literal/length symbols stand for. Symbols 286 and 287 are invalid.
 constexpr auto kLitLenSymbols = [] {
     std::array<Entry, deflate::kFixedLitLenSymbols> symbols{};
-    for (uint32_t s = 0; s < deflate::kEndOfBlock; ++s) {
-        symbols[s] = entry::kRegular | entry::kLiteral | s << entry::kValueShift;
-    }
+    for (uint32_t s = 0; s < deflate::kEndOfBlock; ++s) symbols[s] = entry::kLiteral | s << entry::kLiteralShift;
     symbols[deflate::kEndOfBlock] = entry::kEndOfBlock;
     for (unsigned code = 0; code < deflate::kLengthCodes; ++code) {
         const unsigned extra = deflate::lengthExtraBits(code);
-        symbols[deflate::kFirstLengthSymbol + code] = entry::kRegular |
-                                                      uint32_t{deflate::kLengthBase[code]} << entry::kValueShift |
-                                                      ((1U << extra) - 1) << entry::kLengthMaskShift | extra;
+        symbols[deflate::kFirstLengthSymbol + code] = uint32_t{deflate::kLengthBase[code]} << entry::kLengthShift |
+                                                      (extra == 0 ? Entry{entry::kLength} : Entry{entry::kLongLength}) |
+                                                      extra;
     }
     return symbols;
 }();
@@ -89,13 +100,10 @@ constexpr auto kDistSymbols = [] {
     std::array<Entry, deflate::kDistCodes> symbols{};
     for (unsigned code = 0; code < deflate::kDistCodes; ++code) {
         symbols[code] =
-            entry::kRegular | uint32_t{deflate::kDistBase[code]} << entry::kValueShift | deflate::distExtraBits(code);
+            entry::kDistance | (deflate::kDistBase[code] + 1U) << entry::kDistanceShift | deflate::distExtraBits(code);
     }
     return symbols;
 }();
-
-// The longest match that any entry, even a damaged one, can stand for.
-constexpr unsigned kMaxEntryLength = deflate::kMinMatch + 0xFF + 0x1F;
 
 constexpr unsigned kLitLenRootBits = 10;
 constexpr unsigned kDistRootBits = 8;

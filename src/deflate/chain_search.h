@@ -47,20 +47,30 @@ template <Place place, Budget kind>
 [[gnu::always_inline]] inline Match searchChain(const Call& call, const Limits& limits, const uint8_t* p,
                                                 uint32_t index, uint32_t candidate, int32_t budget,
                                                 int64_t toBeat) noexcept {
-    const uint32_t reach = call.stream.reach(p);
-    const int64_t longest = limits.longestAt(p);
-    const int64_t enough = std::min<int64_t>(call.effort.niceLength, longest);
     Match best{toBeat, 0};
+    const int64_t longest = limits.longestAt(p);
     if (toBeat >= longest) return best;
+    const int64_t enough = std::min<int64_t>(call.effort.niceLength, longest);
+    const uint32_t reach = call.stream.reach(p);
+    // What a better match ends with: the four bytes from `tail` on; or at first, for the fast parser, only three, the
+    // fourth of which is shifted out.
+    const uint8_t* tail = p + std::max<int64_t>(toBeat - 3, 0);
+    unsigned ignored = toBeat < 3 ? 8 : 0;
+    uint32_t word = load32(tail);
     bool cut = false;
-    for (; budget > 0; --budget, candidate = call.tables.before(candidate)) {
+    for (; budget > 0; --budget) {
         const uint32_t distance = index - candidate;
         if (distance - 1 >= reach) break;
-        if (!call.stream.mayMatch<place>(p, distance, best.length + 1)) continue;
+        candidate = call.tables.before(candidate);
+        if ((call.stream.wordBefore<place>(tail, distance) ^ word) << ignored != 0) [[likely]]
+            continue;
         const int64_t length = call.stream.matchLength<place>(p, distance, longest);
         if (length <= best.length) continue;
         best = {length, distance};
         if (length >= enough) break;
+        tail = p + length - 3;
+        word = load32(tail);
+        ignored = 0;
         if (kind == Budget::CutByGoodMatch && !cut && length >= call.effort.goodLength) {
             // A quarter of what is left behind this candidate.
             budget = (budget - 1) / 4 + 1;

@@ -30,6 +30,9 @@ struct HeadTable {
         return crcHash(0, load32(p)) & mask;
     }
 
+    // Has the slot of a hash brought near, which is to be read soon.
+    [[gnu::always_inline]] void prefetch(uint32_t slot) const noexcept { __builtin_prefetch(head + slot); }
+
     // Enters an index, and returns the one that was there.
     [[gnu::always_inline]] uint32_t exchange(uint32_t slot, uint32_t index) const noexcept {
         const int32_t previous = head[slot];

@@ -10,14 +10,20 @@
 
 namespace ozrdc::deflate {
 
-const uint8_t* parseSlow(const Call& call, Records& records) noexcept {
+const uint8_t* parseSlow(const Call& sharedCall, Records& sharedRecords) noexcept {
+    const Call call = sharedCall;
+    Records records = sharedRecords;
     const Limits limits = chainLimits(call);
     const uint8_t* p =
         parseInParts(call.stream, limits.searchEnd, [&]<Place place>(const uint8_t* at, const uint8_t* end) noexcept {
-            // Enters a position and searches it.
+            if (at >= end) return at;
+            uint32_t slot = call.tables.hash(at);  // of the next position to be entered
+            // Enters the position of `slot` and searches it. The slot of the position behind it is fetched meanwhile.
             const auto search = [&](const uint8_t* where, int32_t budget, int64_t toBeat) noexcept {
                 const uint32_t index = call.stream.indexOf(where);
-                const uint32_t candidate = call.tables.insert(call.tables.hash(where), index);
+                const uint32_t candidate = call.tables.insert(slot, index);
+                slot = call.tables.hash(limits.hashable(where + 1));
+                call.tables.prefetch(slot);
                 return searchChain<place, Budget::Fixed>(call, limits, where, index, candidate, budget, toBeat);
             };
             while (at < end && records.room() > 0) {
@@ -38,11 +44,15 @@ const uint8_t* parseSlow(const Call& call, Records& records) noexcept {
                 }
                 records.match(match.length, match.distance);
                 at += match.length;
+                slot = call.tables.hash(limits.hashable(at));
+                call.tables.prefetch(slot);
                 call.tables.insertAll(entered, call.stream.indexOf(entered), std::min(at, limits.hashEnd) - entered);
             }
             return at;
         });
-    return parseLastBytes(call, limits, p, records);
+    p = parseLastBytes(call, limits, p, records);
+    sharedRecords = records;
+    return p;
 }
 
 }  // namespace ozrdc::deflate

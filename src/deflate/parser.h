@@ -65,6 +65,11 @@ struct Limits {
         matchEnd = stream.end;
     }
 
+    // The last position that has the bytes for its hash, if any has, or `p` if that comes before it.
+    [[nodiscard, gnu::always_inline]] const uint8_t* hashable(const uint8_t* p) const noexcept {
+        return std::min(p, hashEnd - 1);
+    }
+
     // The length of the longest match at `p`.
     [[nodiscard, gnu::always_inline]] int64_t longestAt(const uint8_t* p) const noexcept {
         return std::min<int64_t>(kMaxMatch, matchEnd - p);

@@ -75,22 +75,21 @@ struct Stream {
         return length + getboundlong(p + first, src, 0, limit - first);
     }
 
-    // False if the bytes at an admitted distance before `p` cannot agree with those at `p` in the first `length`: the
-    // last four of them, or the first three if there are no more, are compared. The source must still hold `length`
-    // bytes behind `p`, and four at least.
+    // The four bytes at an admitted distance before `p`, which must lie before `p`'s own four bytes' end.
     template <Place place>
-    [[nodiscard, gnu::always_inline]] bool mayMatch(const uint8_t* p, uint32_t distance,
-                                                    int64_t length) const noexcept {
+    [[nodiscard, gnu::always_inline]] uint32_t wordBefore(const uint8_t* p, uint32_t distance) const noexcept {
         const int64_t inWindow = static_cast<int64_t>(distance) - (p - src);
-        const uint8_t* candidate;
-        if (place == Place::Source || inWindow <= 0) [[likely]] {
-            candidate = p - distance;
-        } else {
-            if (inWindow < std::max<int64_t>(length, 4)) return true;
-            candidate = windowEnd - inWindow;
-        }
-        if (length < 4) return ((load32(candidate) ^ load32(p)) & 0x00FFFFFF) == 0;
-        return load32(candidate + length - 4) == load32(p + length - 4);
+        if (place == Place::Source || inWindow <= 0) return load32(p - distance);
+        if (inWindow >= 4) return load32(windowEnd - inWindow);
+        return wordAcross(inWindow);
+    }
+
+  private:
+    // The four bytes of which the first `inWindow`, 1 to 3, are the last of the window.
+    [[nodiscard, gnu::noinline, gnu::cold]] uint32_t wordAcross(int64_t inWindow) const noexcept {
+        uint8_t bytes[4];
+        for (int64_t i = 0; i < 4; ++i) bytes[i] = i < inWindow ? windowEnd[i - inWindow] : src[i - inWindow];
+        return load32(bytes);
     }
 };
 

@@ -48,6 +48,11 @@ struct BitWriter {
         for (; count >= 8; count -= 8, bits >>= 8) *dst++ = static_cast<uint8_t>(bits);
     }
 
+    // The same, as long as there is room.
+    void storeExact(const uint8_t* end) noexcept {
+        for (; count >= 8 && dst < end; count -= 8, bits >>= 8) *dst++ = static_cast<uint8_t>(bits);
+    }
+
     // Gives the bits that are left back to the caller, after the whole bytes were stored.
     void giveBack(uint16_t* pCode, int32_t* pCodeLenBits) const noexcept {
         *pCode = static_cast<uint16_t>(bits & ((uint32_t{1} << count) - 1));

@@ -61,6 +61,7 @@ TEST_F(Help, NamesEveryOption) {
                                "-l,",           "-c,",
                                "-o,",           "-f,",
                                "-k,",           "--rm",
+                               "-N,",           "-n,",
                                "-F,",           "-1 .. -9",
                                "--fast",        "-D,",
                                "-T,",           "-B,",
@@ -85,7 +86,12 @@ TEST_F(Help, VersionShowsTheLibrarysRecord) {
     EXPECT_THAT(result.out, HasSubstr("(r0x"));
 }
 
-TEST_F(Help, FormatsShowsLz4) { EXPECT_THAT(ozrz({"--formats"}).out, HasSubstr("lz4       .lz4")); }
+TEST_F(Help, FormatsShowsNamesAndSuffixes) {
+    const std::string formats = ozrz({"--formats"}).out;
+    for (const char* row : {"lz4       .lz4", "gzip      .gz", "zlib      .zz", "deflate   .deflate"}) {
+        EXPECT_THAT(formats, HasSubstr(row));
+    }
+}
 
 TEST_F(Help, WrongOptionsAreErrors) {
     for (const auto& arguments : {std::vector<std::string>{"--nonsense"},

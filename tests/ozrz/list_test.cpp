@@ -17,7 +17,7 @@ TEST_F(List, TellsSizesRatioAndCheck) {
     const std::string size = std::to_string(read("a.lz4").size());
     const Result result = ozrz({"-l", "a.lz4"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("format     compressed   uncompressed    ratio  check    name\n"));
+    EXPECT_THAT(result.out, HasSubstr("format       compressed   uncompressed    ratio  check    name\n"));
     EXPECT_THAT(result.out, ContainsRegex("lz4 +" + size + " +100000 +[0-9.]+ +xxh32 +a.lz4\n"));
 }
 

@@ -18,8 +18,6 @@
 namespace ozrz {
 namespace {
 
-constexpr int kAccelerations[] = {2, 8, 32};
-
 // Files of different natures that most systems have: text, machine code, a dictionary, Unicode tables.
 constexpr const char* kUsualFiles[] = {"/usr/share/common-licenses/GPL-3",
                                        "/usr/lib/x86_64-linux-gnu/libc.so.6",
@@ -210,8 +208,7 @@ void runBench(const BenchOptions& options, const Registry& registry) {
         if (options.format != nullptr && options.format != format.get()) continue;
         const FormatDescription& description = format->description();
         for (const int level : description.distinctLevels) report->add(measure(*format, samples, options, level, 0));
-        if (!description.hasFast) continue;
-        for (const int acceleration : kAccelerations) {
+        for (const int acceleration : description.distinctAccelerations) {
             report->add(measure(*format, samples, options, description.defaultLevel, acceleration));
         }
     }

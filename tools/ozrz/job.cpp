@@ -109,9 +109,10 @@ void JobRunner::runFile(const std::string& file) {
         throw FileError(input.name(), "compressed data are not read from a terminal (-f does it; -h helps)");
     }
     const Format* format = encoding ? &encodingFormat() : detectFormat(options_, registry_, input);
+    const OriginalFile original = originalFile(input, encoding ? nullptr : format);
     const std::string target = !options_.writesFiles() || options_.output || input.isStdin() ? std::string()
                                : encoding ? encodedName(input, *format)
-                                          : decodedName(input);
+                                          : decodedName(input, original);
     const std::unique_ptr<OutputFile> output = openOutput(input, target);
     if (encoding && output->isTerminal() && !options_.force) {
         throw Error("compressed data are not written to a terminal (-f does it; -h helps)");
@@ -124,10 +125,12 @@ void JobRunner::runFile(const std::string& file) {
     if (encoding) {
         compress(input, *output, *format);
     } else {
-        warnings = decompress(input, *output, format);
+        warnings = options_.force ? decompressWhatIsIntact(input, *output, format) : decompress(input, *output, format);
     }
     const bool remove = options_.removeSource && !input.isStdin() && warnings == 0;
-    output->commit(input.isRegular() && !input.isStdin() ? &input.status() : nullptr, remove);
+    struct stat status = input.status();
+    if (original.mtime) status.st_mtim = *original.mtime;
+    output->commit(input.isRegular() && !input.isStdin() ? &status : nullptr, remove);
     progress_.clear();
     if (remove && unlink(file.c_str()) != 0) throw FileError(file, "cannot remove", errno);
     if (messages_.verbose()) {
@@ -157,6 +160,28 @@ unsigned JobRunner::decompress(InputFile& input, OutputFile& output, const Forma
     return warnings;
 }
 
+// The error is told all the same.
+unsigned JobRunner::decompressWhatIsIntact(InputFile& input, OutputFile& output, const Format* format) {
+    try {
+        return decompress(input, output, format);
+    } catch (const DataError& error) {
+        const uint64_t intact = output.sink().written();
+        if (intact == 0) throw;
+        output.commit(input.isRegular() && !input.isStdin() ? &input.status() : nullptr, false);
+        if (!options_.writesFiles()) throw;
+        throw DataError(std::string(error.what()) + "; " + countText(intact, "byte") + " in front of it are kept");
+    }
+}
+
+OriginalFile JobRunner::originalFile(InputFile& input, const Format* format) const {
+    if (!options_.restoreName || format == nullptr) return {};
+    OriginalFile original = format->original(input.source().peek(Source::kMaxPeek)).value_or(OriginalFile{});
+    // Wherever the file came from, it goes beside its source.
+    original.name.erase(0, original.name.rfind('/') + 1);
+    if (original.name == "." || original.name == "..") original.name.clear();
+    return original;
+}
+
 const Format& JobRunner::encodingFormat() const {
     if (options_.format != nullptr) return *options_.format;
     if (options_.output) {
@@ -174,7 +199,8 @@ std::string JobRunner::encodedName(const InputFile& input, const Format& format)
     return input.name() + std::string(suffix);
 }
 
-std::string JobRunner::decodedName(const InputFile& input) const {
+std::string JobRunner::decodedName(const InputFile& input, const OriginalFile& original) const {
+    if (!original.name.empty()) return input.name().substr(0, input.name().rfind('/') + 1) + original.name;
     const std::string_view suffix = registry_.bySuffix(input.name()).suffix;
     if (suffix.empty())
         throw Skipped(input.name() + ": has no known suffix to take off; skipped (-o or -c tells where to)");

@@ -44,10 +44,12 @@ class JobRunner {
     void runFile(const std::string& file);
     void compress(InputFile& input, OutputFile& output, const Format& format);
     unsigned decompress(InputFile& input, OutputFile& output, const Format* format);
+    unsigned decompressWhatIsIntact(InputFile& input, OutputFile& output, const Format* format);
+    OriginalFile originalFile(InputFile& input, const Format* format) const;
 
     const Format& encodingFormat() const;
     std::string encodedName(const InputFile& input, const Format& format) const;
-    std::string decodedName(const InputFile& input) const;
+    std::string decodedName(const InputFile& input, const OriginalFile& original) const;
     std::unique_ptr<OutputFile> openOutput(const InputFile& input, const std::string& besideName);
     bool mayOverwrite(const InputFile& input, const std::string& path);
     void report(const InputFile& input, const std::string& target, uint64_t read, uint64_t written, double seconds);

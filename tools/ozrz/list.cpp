@@ -12,7 +12,7 @@ namespace {
 
 std::string row(const std::string& format, const std::string& compressed, const std::string& uncompressed,
                 const std::string& ratio, const std::string& check, const std::string& name) {
-    return padRight(format, 6) + padLeft(compressed, 15) + padLeft(uncompressed, 15) + padLeft(ratio, 9) + "  " +
+    return padRight(format, 8) + padLeft(compressed, 15) + padLeft(uncompressed, 15) + padLeft(ratio, 9) + "  " +
            padRight(check, 9) + name + "\n";
 }
 

@@ -123,9 +123,12 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_flag("-c,--stdout", options.toStdout, "write to standard output")->group(group);
     app.add_option("-o,--output", options.output, "write to this file")->type_name("FILE")->group(group);
     app.add_flag("-f,--force", options.force,
-                 "overwrite files; follow symbolic links; write compressed data to a terminal")
+                 "overwrite files; follow symbolic links; write compressed data to a terminal; keep what is intact of "
+                 "damaged files")
         ->group(group);
     app.add_flag("-k,--keep", keep, "keep the source (default, and wins over --rm)")->group(group);
+    app.add_flag("-N,--name", options.restoreName, "restore name and time that the compressed file tells")
+        ->group(group);
     app.add_flag("--rm", options.removeSource, "remove the source after success")->group(group);
 
     group = "How to compress";

@@ -18,6 +18,7 @@ struct Options {
     std::vector<std::string> files;  // never empty; "-" is standard input
     bool toStdout = false;
     std::optional<std::string> output;
+    bool restoreName = false;  // and time, as the compressed file tells them
     bool removeSource = false;
     bool force = false;
     const Format* format = nullptr;  // named by -F

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 
 namespace ozrz {
 namespace {
@@ -41,6 +42,14 @@ std::string hexText(uint32_t value) {
     return text.data();
 }
 
+std::string timeText(uint32_t seconds) {
+    const auto time = static_cast<time_t>(seconds);
+    tm parts{};
+    gmtime_r(&time, &parts);
+    std::array<char, 64> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &parts)};
+}
+
 std::string durationText(double seconds) {
     const auto total = std::llround(seconds);
     std::array<char, 64> text{};
@@ -54,6 +63,14 @@ std::string durationText(double seconds) {
 
 std::string countText(uint64_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string printableText(const std::string& text) {
+    std::string printable = text;
+    for (char& c : printable) {
+        if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
+    }
+    return printable;
 }
 
 std::string padLeft(const std::string& text, std::size_t width) {

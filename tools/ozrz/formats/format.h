@@ -51,6 +51,12 @@ struct Listing {
     std::string details{};  // a line for -v
 };
 
+// The file that the content came from, as far as a compressed file tells it.
+struct OriginalFile {
+    std::string name{};  // without directories; empty if it does not tell
+    std::optional<timespec> mtime{};
+};
+
 struct FormatDescription {
     std::string_view name{};                   // for -F
     std::string_view summary{};                // for --formats
@@ -58,6 +64,7 @@ struct FormatDescription {
     int defaultLevel = 1;
     // Those of the levels 1 to 9 that differ in their results, for the benchmark; every level is accepted.
     std::vector<int> distinctLevels{};
+    std::vector<int> distinctAccelerations{};  // the same of --fast; others are accepted too
     bool hasFast = false;
     bool hasDictionaries = false;
 };
@@ -78,10 +85,14 @@ class Format {
     // format. Formats without a magic number say no and are found by suffix or by -F.
     virtual bool recognizes(Bytes /*head*/) const { return false; }
 
+    // What a file that begins with `head` tells of the original.
+    virtual std::optional<OriginalFile> original(Bytes /*head*/) const { return std::nullopt; }
+
     // Compresses all of the source. Throws an `Error`.
     virtual void encode(Source& source, Sink& sink, const EncodeSettings& settings) const = 0;
 
-    // Decompresses all members of the source. Throws an `Error`; what was written before it must not be used.
+    // Decompresses all members of the source. Throws an `Error`; what was written before it is at best the part of the
+    // content in front of the damage.
     virtual void decode(Source& source, Sink& sink, const DecodeSettings& settings) const = 0;
 
     // Tells what the source holds, with as little decoding as the format allows.

@@ -1,11 +1,20 @@
 // The list of formats.
 #include "formats/registry.h"
 
+#include "formats/deflate/format.h"
+#include "formats/gzip/format.h"
 #include "formats/lz4/format.h"
+#include "formats/zlib/format.h"
 
 namespace ozrz {
 
-Registry::Registry() { formats_.push_back(makeLz4Format()); }
+// Where magic numbers are tried, the surer ones come first.
+Registry::Registry() {
+    formats_.push_back(makeLz4Format());
+    formats_.push_back(makeGzipFormat());
+    formats_.push_back(makeZlibFormat());
+    formats_.push_back(makeDeflateFormat());
+}
 
 const Format* Registry::byName(std::string_view name) const {
     for (const auto& format : formats_) {

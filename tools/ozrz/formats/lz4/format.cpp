@@ -51,6 +51,7 @@ class Lz4Format final : public Format {
         .suffixes = {".lz4"},
         .defaultLevel = 1,
         .distinctLevels = {std::begin(lz4::kDistinctLevels), std::end(lz4::kDistinctLevels)},
+        .distinctAccelerations = {2, 8, 32},  // some of many
         .hasFast = true,
         .hasDictionaries = true};
     lz4::FrameOptions options_;

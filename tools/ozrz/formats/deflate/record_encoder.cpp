@@ -1,0 +1,82 @@
+// Match search at the library's levels, block by block output.
+#include "formats/deflate/record_encoder.h"
+
+#include <ozrdc.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "error.h"
+#include "formats/deflate/block_splitter.h"
+#include "formats/deflate/block_writer.h"
+#include "formats/deflate/hash_tables.h"
+
+namespace ozrz::deflate {
+namespace {
+
+// The library's level of each of ours.
+constexpr std::array<int32_t, 10> kLibraryLevels{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+
+// Blocks are found as runs of pieces of so many records: enough of them that their statistics mean something.
+constexpr std::size_t kPieceRecords = 4096;
+
+constexpr int32_t kFinalFlush = 2;
+
+class RecordEncoder final : public ChunkEncoder {
+  public:
+    explicit RecordEncoder(int level) : level_(kLibraryLevels[static_cast<std::size_t>(level)]) {}
+
+    void encode(const Chunk& chunk, BitWriter& out) override {
+        tables_.clear(chunk);
+        tables_.enterHistory(chunk, HashMode::fourBytes);
+        parse(chunk.bytes);
+        joinBlocks(blocks_);
+        for (const Block& block : blocks_) writeBlock(out, block, chunk.last && &block == &blocks_.back());
+    }
+
+  private:
+    // Fills `blocks_` with pieces.
+    void parse(Bytes source) {
+        if (source.size() > capacity_) {
+            lengths_ = std::make_unique_for_overwrite<uint8_t[]>(source.size());
+            distances_ = std::make_unique_for_overwrite<uint16_t[]>(source.size());
+            capacity_ = source.size();
+        }
+        blocks_.clear();
+        const uint8_t* next = source.data();
+        auto left = static_cast<int32_t>(source.size());
+        int32_t index = kStartIndex;
+        std::size_t records = 0;
+        while (left > 0) {
+            Block& block = blocks_.emplace_back();
+            const uint8_t* const begin = next;
+            const auto room = static_cast<int32_t>(kPieceRecords);
+            int32_t roomLeft = room;
+            const Status status = ozrsDeflateLZ77_8u(
+                &next, &left, &index, next - kWindowSize, static_cast<int32_t>(kWindowSize), tables_.head(),
+                tables_.previous(), tables_.headSize(), block.histogram.litLen.data(), block.histogram.dist.data(),
+                lengths_.get() + records, distances_.get() + records, &roomLeft, level_, kFinalFlush);
+            if (status != StatusOk || next == begin) {
+                throw Error("the match search failed with status " + std::to_string(status));
+            }
+            block.records = {lengths_.get() + records, distances_.get() + records,
+                             static_cast<std::size_t>(room - roomLeft)};
+            block.source = {begin, next};
+            records += block.records.count;
+        }
+    }
+
+    int32_t level_;
+    HashTables tables_;
+    std::unique_ptr<uint8_t[]> lengths_;
+    std::unique_ptr<uint16_t[]> distances_;
+    std::size_t capacity_ = 0;
+    std::vector<Block> blocks_;
+};
+
+}  // namespace
+
+std::unique_ptr<ChunkEncoder> makeRecordEncoder(int level) { return std::make_unique<RecordEncoder>(level); }
+
+}  // namespace ozrz::deflate

@@ -1,0 +1,119 @@
+// gzip as a format of the command: name, suffixes, options.
+#include "formats/gzip/format.h"
+
+#include <CLI/CLI.hpp>
+#include <iterator>
+#include <limits>
+
+#include "error.h"
+#include "formats/deflate/chunk_encoder.h"
+#include "formats/deflate/decode.h"
+#include "formats/deflate/encode.h"
+#include "formats/deflate/list.h"
+#include "formats/gzip/container.h"
+#include "text.h"
+
+namespace ozrz {
+namespace {
+
+uint8_t extraFlags(const EncodeSettings& settings) {
+    if (settings.acceleration != 0 || settings.level == std::begin(deflate::kLevels)[0]) return gzip::kFastest;
+    return settings.level == std::end(deflate::kLevels)[-1] ? gzip::kSmallest : 0;
+}
+
+std::string describe(const gzip::Container& container) {
+    const gzip::Header& header = container.firstHeader();
+    std::string text = "member";
+    if (header.name) text += " \"" + printableText(*header.name) + "\"";
+    if (header.mtime != 0) text += " of " + timeText(header.mtime);
+    if (header.comment) text += ", comment \"" + printableText(*header.comment) + "\"";
+    if (header.extraSize != 0) text += ", extra field of " + countText(header.extraSize, "byte");
+    if (header.checked) text += ", header checked";
+    if (container.members() > 1) text += ", the first of " + countText(container.members(), "member");
+    return text;
+}
+
+class GzipFormat final : public Format {
+  public:
+    const FormatDescription& description() const override { return description_; }
+
+    void addOptions(CLI::App& app) override {
+        app.add_flag("-n,--no-name{false}", storeName_, "store neither name nor time of the file")
+            ->group("Options for gzip");
+    }
+
+    bool recognizes(Bytes head) const override {
+        return head.size() >= 2 && head[0] == gzip::kMagic0 && head[1] == gzip::kMagic1;
+    }
+
+    std::optional<OriginalFile> original(Bytes head) const override {
+        MemorySource source(head);
+        deflate::ReadAhead input(source, false);
+        deflate::BitReader in(input);
+        try {
+            gzip::Container container;
+            container.open(in);
+            const gzip::Header& header = container.firstHeader();
+            OriginalFile file;
+            if (header.name) file.name = *header.name;
+            if (header.mtime != 0) file.mtime = timespec{static_cast<time_t>(header.mtime), 0};
+            return file;
+        } catch (const DataError&) {
+            return std::nullopt;  // decoding will say what is wrong, if it is not only long
+        }
+    }
+
+    void encode(Source& source, Sink& sink, const EncodeSettings& settings) const override {
+        if (settings.dictionary) throw UsageError("gzip files cannot tell that they need a dictionary; zlib files can");
+        gzip::Header header{.extraFlags = extraFlags(settings), .system = gzip::kUnix};
+        if (storeName_) {
+            if (!settings.source.name.empty()) header.name = settings.source.name;
+            if (settings.source.mtime) header.mtime = storedTime(settings.source.mtime->tv_sec);
+        }
+        sink.write(gzip::serialize(header));
+        uint32_t crc = 0;
+        const uint64_t start = source.position();
+        deflate::encode(source, sink, settings, [&](Bytes bytes) { crc = gzip::extendCrc(crc, bytes); });
+        std::array<uint8_t, gzip::kTrailerSize> trailer;
+        storeLittleEndian(trailer.data(), crc);
+        storeLittleEndian(trailer.data() + sizeof crc, static_cast<uint32_t>(source.position() - start));
+        sink.write(trailer);
+    }
+
+    void decode(Source& source, Sink& sink, const DecodeSettings& settings) const override {
+        gzip::Container container;
+        deflate::decode(source, sink, container, settings.threads);
+        container.warn(settings.warn);
+    }
+
+    Listing list(Source& source, const DecodeSettings& settings) const override {
+        gzip::Container container;
+        Listing listing = deflate::list(source, container, settings.threads);
+        container.warn(settings.warn);
+        listing.check = "crc32";
+        listing.details = describe(container);
+        return listing;
+    }
+
+  private:
+    // Times that the field cannot hold are as if not known.
+    static uint32_t storedTime(time_t seconds) {
+        return seconds > 0 && seconds <= std::numeric_limits<uint32_t>::max() ? static_cast<uint32_t>(seconds) : 0;
+    }
+
+    const FormatDescription description_{
+        .name = "gzip",
+        .summary = "gzip files: good ratio, read everywhere",
+        .suffixes = {".gz"},
+        .defaultLevel = deflate::kDefaultLevel,
+        .distinctLevels = {std::begin(deflate::kLevels), std::end(deflate::kLevels)},
+        .distinctAccelerations = {std::begin(deflate::kAccelerations), std::end(deflate::kAccelerations)},
+        .hasFast = true};
+    bool storeName_ = true;
+};
+
+}  // namespace
+
+std::unique_ptr<Format> makeGzipFormat() { return std::make_unique<GzipFormat>(); }
+
+}  // namespace ozrz

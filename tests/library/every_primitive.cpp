@@ -123,6 +123,260 @@ Bytes decodeLz4Dict(const Library& library, uint64_t seed) {
     return Results() << status << consumed << size << target;
 }
 
+// --- Deflate --------------------------------------------------------------------------------------------------------
+
+constexpr int32_t kWindow = 4096;
+constexpr int32_t kHashSize = 8192;
+
+struct Records {
+    std::vector<int32_t> head = std::vector<int32_t>(kHashSize, -32768);
+    std::vector<int32_t> prev = std::vector<int32_t>(kWindow, -32768);
+    std::vector<uint32_t> literalCounts = std::vector<uint32_t>(286);
+    std::vector<uint32_t> distanceCounts = std::vector<uint32_t>(30);
+    Bytes literals;
+    std::vector<uint16_t> distances;
+    Status status = StatusOk;
+};
+
+// Calls parse(source, length, index, window, records..., free records) on the data of the seed.
+template <typename Parse>
+Records parsed(uint64_t seed, Parse parse) {
+    const Bytes source = data(seed);
+    Records r;
+    r.literals.resize(source.size());
+    r.distances.resize(source.size());
+    const uint8_t* at = source.data();
+    int32_t left = sizeOf(source);
+    int32_t index = 0;
+    int32_t room = left;
+    r.status = parse(&at, &left, &index, source.data(), kWindow, r.head.data(), r.prev.data(), kHashSize,
+                     r.literalCounts.data(), r.distanceCounts.data(), r.literals.data(), r.distances.data(), &room);
+    r.literals.resize(source.size() - static_cast<std::size_t>(room));
+    r.distances.resize(r.literals.size());
+    return r;
+}
+
+Results& operator<<(Results& results, const Records& r) {
+    for (const int32_t entry : r.head) results << entry;
+    for (const int32_t entry : r.prev) results << entry;
+    for (const uint32_t count : r.literalCounts) results << count;
+    for (const uint32_t count : r.distanceCounts) results << count;
+    for (const uint16_t distance : r.distances) results << distance;
+    return results << r.literals << r.status;
+}
+
+// A result made of a fresh collection.
+template <typename Value>
+Bytes resultOf(const Value& value) {
+    Results results;
+    results << value;
+    return results;
+}
+
+Bytes parseAtLevel(const Library& library, uint64_t seed) {
+    return resultOf(parsed(seed, [&](auto... arguments) {
+        return library.ozrsDeflateLZ77_8u(arguments..., static_cast<int32_t>(seed % 30), 2);
+    }));
+}
+
+constexpr int32_t kEffort[] = {20, 16, 64, 32};
+
+Records parsedFast(const Library& library, uint64_t seed) {
+    return parsed(seed, [&](auto... arguments) { return library.ozrsDeflateLZ77Fast_8u(arguments..., kEffort, 2); });
+}
+
+Bytes parseFast(const Library& library, uint64_t seed) { return resultOf(parsedFast(library, seed)); }
+
+Bytes parseSlow(const Library& library, uint64_t seed) {
+    return resultOf(parsed(seed, [&](auto... arguments) {
+        return library.ozrsDeflateLZ77Slow_8u(arguments..., kEffort, static_cast<int32_t>(seed % 3));
+    }));
+}
+
+Bytes updateHash(const Library& library, uint64_t seed) {
+    const Bytes bytes = data(seed);
+    Records r;
+    r.status = library.ozrsDeflateUpdateHash_8u(bytes.data(), 100, sizeOf(bytes), r.head.data(), kHashSize,
+                                                r.prev.data(), kWindow, static_cast<int32_t>(seed % 2));
+    return resultOf(r);
+}
+
+Bytes setDictionary(const Library& library, uint64_t seed) {
+    const Bytes bytes = data(seed);
+    Records r;
+    r.literals.resize(kWindow);
+    r.status = library.ozrsDeflateDictionarySet_8u(bytes.data(), sizeOf(bytes), r.head.data(), kHashSize, r.prev.data(),
+                                                   r.literals.data(), kWindow, static_cast<int32_t>(seed % 2));
+    return resultOf(r);
+}
+
+// A code of 9 bits for every literal and length and of 5 bits for every distance: not reversed, and not complete, which
+// the output of records does not mind.
+template <std::size_t symbols>
+std::vector<DeflateHuffCode> plainCode(uint16_t length) {
+    std::vector<DeflateHuffCode> codes(symbols);
+    for (std::size_t i = 0; i < symbols; ++i) codes[i] = {static_cast<uint16_t>(i), length};
+    return codes;
+}
+
+Bytes writeRecords(const Library& library, uint64_t seed) {
+    const Records r = parsedFast(library, seed);
+    Bytes target(7 * r.literals.size());
+    uint16_t code = 5;
+    int32_t codeLength = 3;
+    int32_t index = 0;
+    const Status status =
+        library.ozrsDeflateHuff_8u(r.literals.data(), r.distances.data(), sizeOf(r.literals), &code, &codeLength,
+                                   plainCode<286>(9).data(), plainCode<30>(5).data(), target.data(), &index);
+    target.resize(static_cast<std::size_t>(index));
+    return Results() << status << code << codeLength << target;
+}
+
+// What the statistics of the data's parse are.
+Records statistics(const Library& library, uint64_t seed) {
+    const Bytes source = data(seed);
+    Records r;
+    const uint8_t* at = source.data();
+    int32_t left = sizeOf(source);
+    int32_t index = 0;
+    r.status = library.ozrsDeflateLZ77FastestGetStat_8u(&at, &left, &index, source.data(), kWindow, r.head.data(),
+                                                        kHashSize, r.literalCounts.data(), r.distanceCounts.data(), 2);
+    return r;
+}
+
+Bytes countSymbols(const Library& library, uint64_t seed) { return resultOf(statistics(library, seed)); }
+
+// A prepared code and its header.
+struct Prepared {
+    std::vector<DeflateHuffCode> literals = std::vector<DeflateHuffCode>(286);
+    std::vector<DeflateHuffCode> distances = std::vector<DeflateHuffCode>(30);
+    Bytes header = Bytes(OZRDC_DEFLATE_HEADER_SIZE);
+    int32_t headerSize = 0;
+    int32_t headerBits = 0;
+    Status status = StatusOk;
+
+    Prepared(const Library& library, uint64_t seed) {
+        const Records r = statistics(library, seed);
+        status = library.ozrsDeflateLZ77FastestGenHuffTable_8u(r.literalCounts.data(), r.distanceCounts.data(),
+                                                               literals.data(), distances.data());
+    }
+};
+
+Bytes makeCodes(const Library& library, uint64_t seed) {
+    const Prepared prepared(library, seed);
+    Results results;
+    for (const auto* codes : {&prepared.literals, &prepared.distances}) {
+        for (const DeflateHuffCode& code : *codes) results << code.code << code.len;
+    }
+    return results << prepared.status;
+}
+
+Status addHeader(const Library& library, Prepared& prepared) {
+    return library.ozrsDeflateLZ77FastestGenHeader_8u(prepared.literals.data(), prepared.distances.data(),
+                                                      prepared.header.data(), &prepared.headerSize,
+                                                      &prepared.headerBits);
+}
+
+Bytes makeHeader(const Library& library, uint64_t seed) {
+    Prepared prepared(library, seed);
+    const Status status = addHeader(library, prepared);
+    prepared.header.resize(static_cast<std::size_t>(prepared.headerSize));
+    return Results() << status << prepared.headerBits << prepared.header;
+}
+
+// Calls encode(source, length, index, window, ..., index of the destination) on the data of the seed, with the bits
+// that open a block pending.
+template <typename Encode>
+Bytes encodedInOnePass(uint64_t seed, uint16_t opening, Encode encode) {
+    const Bytes source = data(seed);
+    std::vector<int32_t> head(kHashSize, -32768);
+    Bytes target(2 * source.size() + OZRDC_DEFLATE_HEADER_SIZE);
+    const uint8_t* at = source.data();
+    int32_t left = sizeOf(source);
+    int32_t index = 0;
+    int32_t codeLength = 3;
+    int32_t written = 0;
+    const Status status = encode(&at, &left, &index, source.data(), kWindow, head.data(), kHashSize, &opening,
+                                 &codeLength, target.data(), sizeOf(target), &written);
+    target.resize(static_cast<std::size_t>(written));
+    return Results() << status << left << opening << codeLength << target;
+}
+
+Bytes encodeWithFixedCode(const Library& library, uint64_t seed) {
+    return encodedInOnePass(seed, 0b011,
+                            [&](auto... arguments) { return library.ozrsDeflateLZ77Fastest_8u(arguments..., 2); });
+}
+
+Bytes encodeWithPreparedCode(const Library& library, uint64_t seed) {
+    Prepared prepared(library, seed);
+    addHeader(library, prepared);
+    return encodedInOnePass(seed, 0b101, [&](auto... arguments) {
+        return library.ozrsDeflateLZ77FastestPrecompHeader_8u(arguments..., prepared.literals.data(),
+                                                              prepared.distances.data(), prepared.header.data(),
+                                                              prepared.headerBits, 2);
+    });
+}
+
+// --- Inflate --------------------------------------------------------------------------------------------------------
+
+// Codes for some literals, lengths and distances and for the end of the block, each longer by a bit than the one before
+// it: up to 15 bits for tables of the general kind, up to 10 for short ones.
+struct Ladder {
+    uint32_t literals = 288;
+    uint32_t distances = 30;
+    std::vector<uint16_t> lengths = std::vector<uint16_t>(288 + 30);
+
+    explicit Ladder(uint64_t seed) {
+        const auto longest = static_cast<uint16_t>(seed % 2 == 0 ? 15 : 10);
+        for (uint16_t length = 1; length <= longest; ++length) {
+            lengths[length % 3 == 0 ? 256U + length : 20U * length] = length;
+            lengths[288U + length] = length;
+        }
+        lengths[256] = lengths[288] = longest;
+    }
+};
+
+Bytes buildTables(const Library& library, uint64_t seed) {
+    const Ladder codes(seed);
+    InflateState state{};
+    const Status status =
+        library.ozrsInflateBuildHuffTable(codes.lengths.data(), codes.literals, codes.distances, &state);
+    Results results;
+    results << status << state.tableKind << state.maxLitLen << state.maxDistLen;
+    for (const uint8_t byte : state.tables) results << byte;
+    return results;
+}
+
+// Decodes the data as if it were blocks, a hundred bytes at a time, until something is wrong with it.
+Bytes inflate(const Library& library, uint64_t seed) {
+    const Bytes stream = data(seed);
+    Bytes window(32768, 0x55);
+    InflateState state{};
+    state.pWindow = window.data();
+    state.winSize = 32768;
+    if (seed % 3 > 0) {
+        const Ladder codes(seed);
+        library.ozrsInflateBuildHuffTable(codes.lengths.data(), codes.literals, codes.distances, &state);
+    }
+    const uint8_t* source = stream.data();
+    auto left = static_cast<uint32_t>(stream.size());
+    uint32_t code = 0;
+    uint32_t codeLength = 0;
+    uint32_t mode = 0;
+    Results results;
+    for (Status status = StatusOk; status == StatusOk && mode != 1;) {
+        Bytes target(100);
+        uint8_t* output = target.data();
+        uint32_t room = 100;
+        status = library.ozrsInflate_8u(&source, &left, &code, &codeLength, 1000, &output, &room, 0, &mode, &state);
+        target.resize(100 - room);
+        results << status << mode << left << code << codeLength << target;
+        if (mode == 0 && left == 0) break;
+        if (mode == 2 && left == 0 && room > 0) break;
+    }
+    return results;
+}
+
 // --- Library --------------------------------------------------------------------------------------------------------
 
 Bytes version(const Library& library, uint64_t /*seed*/) {
@@ -154,6 +408,19 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsEncodeLZ4HashTableInit_8u", hashTableInit},
         {"ozrsDecodeLZ4_8u", decodeLz4},
         {"ozrsDecodeLZ4Dict_8u", decodeLz4Dict},
+        {"ozrsDeflateLZ77_8u", parseAtLevel},
+        {"ozrsDeflateLZ77Fast_8u", parseFast},
+        {"ozrsDeflateLZ77Slow_8u", parseSlow},
+        {"ozrsDeflateUpdateHash_8u", updateHash},
+        {"ozrsDeflateDictionarySet_8u", setDictionary},
+        {"ozrsDeflateHuff_8u", writeRecords},
+        {"ozrsDeflateLZ77FastestGetStat_8u", countSymbols},
+        {"ozrsDeflateLZ77FastestGenHuffTable_8u", makeCodes},
+        {"ozrsDeflateLZ77FastestGenHeader_8u", makeHeader},
+        {"ozrsDeflateLZ77FastestPrecompHeader_8u", encodeWithPreparedCode},
+        {"ozrsDeflateLZ77Fastest_8u", encodeWithFixedCode},
+        {"ozrsInflateBuildHuffTable", buildTables},
+        {"ozrsInflate_8u", inflate},
         {"ozrdcGetLibVersion", version},
     };
     return exercises;

@@ -19,15 +19,31 @@
 
 namespace ozrdc::inflate {
 
-// Bits that are there at least after a refill: 8 bytes less the part of the first that has been taken.
-constexpr unsigned kRefill = 64 - 7;
+// The bit buffer has room for an entry's index in bytes: two bits in front of the next one, whatever they are. Then the
+// address of an entry is base plus masked buffer, which the processor adds a cycle faster than a scaled index.
+constexpr unsigned kFront = 2;
+static_assert(sizeof(Entry) == 1U << kFront);
 
-constexpr unsigned kMaxLengthBits = deflate::kMaxCodeLength + 5;
+// Bits that are there at least after a refill: 8 bytes less the part of the first that has been taken.
+constexpr unsigned kRefill = 64 - 7 - kFront;
+
+// Most bits of a symbol that a single look-up resolves, and of the extra bits behind a code.
+constexpr unsigned kMaxLengthExtraBits = 5;
 constexpr unsigned kMaxDistExtraBits = 13;
+constexpr unsigned kMaxDirectDist = kDistRootBits + kMaxDistExtraBits;
+
+// A refill in front of a length lasts beyond its distance; this much is left in front of the next symbol.
+constexpr unsigned kBitsAtSymbol = kRefill - kLitLenRootBits - kMaxDirectDist;
+static_assert(kBitsAtSymbol >= 2 * kLitLenRootBits);              // a literal, and the look-up behind it
+static_assert(kBitsAtSymbol >= kLitLenRootBits + kDistRootBits);  // a length, and the look-up of its distance
+static_assert(kRefill - 3 * kLitLenRootBits >= kBitsAtSymbol);    // three literals with one refill
+static_assert(kRefill >= kLitLenRootBits + kMaxLengthExtraBits);
+static_assert(kRefill - deflate::kMaxCodeLength >= kBitsAtSymbol);  // a literal with a long code
+static_assert(kRefill - (deflate::kMaxCodeLength - kDistRootBits + kMaxDistExtraBits) >= kBitsAtSymbol);
 
 // A pass takes at most this many bits in front of its last refill, which loads 8 bytes, the first perhaps in part.
-template <unsigned kLitLenBits, unsigned kDistBits>
-constexpr ptrdiff_t kSourceMargin = (2 * kLitLenBits + kMaxLengthBits + kDistBits + 7) / 8 + 8;
+constexpr unsigned kPassBits = 2 * kLitLenRootBits + deflate::kMaxCodeLength + kMaxLengthExtraBits + kDistRootBits;
+constexpr ptrdiff_t kSourceMargin = (kPassBits + 7) / 8 + 8;
 
 // A pass stores three literals and the longest match at most.
 constexpr ptrdiff_t kDestinationMargin = 3 + deflate::kMaxMatch + kMatchOverwrite;
@@ -42,56 +58,61 @@ constexpr auto MaskBits = [] {
 // The bits of the source from a position on.
 class BitCursor {
   public:
-    BitCursor(const uint8_t* base, uint64_t position) noexcept : base_(base), position_(position) {}
+    BitCursor(const uint8_t* base, uint64_t position) noexcept : base_(base), front_(position - kFront) {}
 
-    [[gnu::always_inline]] void refill() noexcept { bits_ = load64(base_ + position_ / 8) >> (position_ % 8); }
+    // The bits from here on.
+    [[gnu::always_inline]] [[nodiscard]] uint64_t fresh() const noexcept {
+        return load64(base_ + front_ / 8) >> (front_ % 8);
+    }
+    [[gnu::always_inline]] void refill(uint64_t bits) noexcept { bits_ = bits; }
+
     [[gnu::always_inline]] void drop(unsigned n) noexcept {
         bits_ >>= n;
-        position_ += n;
+        front_ += n;
     }
-    [[gnu::always_inline]] [[nodiscard]] uint64_t bits() const noexcept { return bits_; }
-    [[gnu::always_inline]] [[nodiscard]] uint64_t position() const noexcept { return position_; }
+    // The entry of a table that the next `n` bits lead to.
+    [[gnu::always_inline]] [[nodiscard]] Entry lookUp(const Entry* table, unsigned n) const noexcept {
+        return load32(reinterpret_cast<const uint8_t*>(table) + (bits_ & MaskBits[n] << kFront));
+    }
+    // What the extra bits behind an entry's code add.
+    [[gnu::always_inline]] [[nodiscard]] uint64_t extra(Entry e) const noexcept {
+        return (bits_ & MaskBits[entry::bitsToTake(e) + kFront]) >> (entry::codeBits(e) + kFront);
+    }
+    [[gnu::always_inline]] [[nodiscard]] uint64_t position() const noexcept { return front_ + kFront; }
 
   private:
     const uint8_t* base_;
-    uint64_t position_;
+    uint64_t front_;
     uint64_t bits_ = 0;
 };
 
-template <unsigned kLitLenBits, unsigned kDistBits>
-void decodeFast(const Entry* litLen, const Entry* dist, Source& source, Output& output,
-                const History& history) noexcept {
-    // What a refill leaves for the symbols up to the next one.
-    constexpr unsigned afterDistance = kRefill - (kDistBits + kMaxDistExtraBits);
-    static_assert(afterDistance >= 3 * kLitLenBits);              // two literals and the next look-up
-    static_assert(afterDistance >= 2 * kLitLenBits + kDistBits);  // a literal, a length and the look-up of its distance
-    static_assert(kRefill - kLitLenBits >= afterDistance);        // the third literal
-    static_assert(kRefill >= kMaxLengthBits + kDistBits);
-    static_assert(kRefill >= deflate::kMaxCodeLength - kDistBits + kMaxDistExtraBits + 3 * kLitLenBits);
-
-    BitCursor in(source.begin, static_cast<uint64_t>(source.ip - source.begin) * 8 - source.held);
-    const uint64_t limit = static_cast<uint64_t>(source.end - source.begin - kSourceMargin<kLitLenBits, kDistBits>) * 8;
+inline void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
+    const Entry* const litLen = tables.litLen.data();
+    const Entry* const dist = tables.dist.data();
+    BitCursor in(source.begin, source.position());
+    const uint64_t limit = static_cast<uint64_t>(source.end - source.begin - kSourceMargin) * 8;
     uint8_t* op = output.op;
     uint8_t* const opLimit = output.end - kDestinationMargin;
     const uintptr_t lowest = history.lowest;
 
-    const auto nextLitLen = [&]() __attribute__((always_inline)) { return litLen[in.bits() & MaskBits[kLitLenBits]]; };
+    const auto nextLitLen = [&]() __attribute__((always_inline)) { return in.lookUp(litLen, kLitLenRootBits); };
     const auto putLiteral = [&](Entry e) __attribute__((always_inline)) {
         in.drop(entry::bitsToTake(e));
         *op++ = entry::literal(e);
     };
 
-    in.refill();
+    in.refill(in.fresh());
     Entry e = nextLitLen();
     uint64_t symbolStart = in.position();
     while (in.position() <= limit && op <= opLimit) {
         if (e & entry::kLiteral) {
+            const uint64_t fresh = in.fresh() >> entry::bitsToTake(e);
             putLiteral(e);
             e = nextLitLen();
+            in.refill(fresh);
             if (e & entry::kLiteral) {
                 putLiteral(e);
                 e = nextLitLen();
-                in.refill();
                 if (e & entry::kLiteral) {
                     putLiteral(e);
                     e = nextLitLen();
@@ -102,38 +123,37 @@ void decodeFast(const Entry* litLen, const Entry* dist, Source& source, Output& 
         }
         symbolStart = in.position();
         uint64_t length = entry::length(e);
+        uint64_t fresh = in.fresh();
         if (!(e & entry::kLength)) [[unlikely]] {
-            in.refill();
+            in.refill(fresh);
             if (entry::sort(e) == entry::kLink) {
-                in.drop(kLitLenBits);
-                e = litLen[entry::linkedIndex(e) + (in.bits() & MaskBits[entry::codeBits(e)])];
+                in.drop(kLitLenRootBits);
+                e = in.lookUp(litLen + entry::linkedIndex(e), entry::codeBits(e));
                 if (e & entry::kLiteral) {
                     putLiteral(e);
                     e = nextLitLen();
-                    in.refill();
                     symbolStart = in.position();
                     continue;
                 }
             }
-            length = entry::length(e);
-            if (entry::sort(e) == entry::kLongLength) {
-                length += (in.bits() & MaskBits[entry::bitsToTake(e)]) >> entry::codeBits(e);
-            } else if (!(e & entry::kLength)) {
-                break;
-            }
+            if (entry::sort(e) != entry::kLongLength && entry::sort(e) != entry::kLength) break;
+            length = entry::length(e) + in.extra(e);
+            in.drop(entry::bitsToTake(e));
+            fresh = in.fresh();
+            e = 0;  // taken
         }
+        fresh >>= entry::bitsToTake(e);
         in.drop(entry::bitsToTake(e));
-        Entry d = dist[in.bits() & MaskBits[kDistBits]];
-        in.refill();
+        Entry d = in.lookUp(dist, kDistRootBits);
+        in.refill(fresh);
         if (!(d & entry::kDistance)) [[unlikely]] {
             if (entry::sort(d) != entry::kLink) break;
-            in.drop(kDistBits);
-            d = dist[entry::linkedIndex(d) + (in.bits() & MaskBits[entry::codeBits(d)])];
+            in.drop(kDistRootBits);
+            d = in.lookUp(dist + entry::linkedIndex(d), entry::codeBits(d));
             if (!(d & entry::kDistance)) break;
-            in.refill();
+            in.refill(in.fresh());
         }
-        const uint64_t distance =
-            entry::baseDistance(d) + ((in.bits() & MaskBits[entry::bitsToTake(d)]) >> entry::codeBits(d));
+        const uint64_t distance = entry::baseDistance(d) + in.extra(d);
         in.drop(entry::bitsToTake(d));
         e = nextLitLen();
         if (distance > reinterpret_cast<uintptr_t>(op) - lowest) [[unlikely]] {
@@ -161,11 +181,11 @@ class FastDecoder<GeneralTables> {
   public:
     explicit FastDecoder(const GeneralTables& tables) noexcept : layout_(tables.layout()) {}
     void run(Source& source, Output& output, const History& history) const noexcept {
-        if (!source.positioned() || source.end - source.ip < kSourceMargin<kLitLenRootBits, kDistRootBits> ||
-            output.end - output.op < kDestinationMargin) {
+        if (source.end - source.ip < kSourceMargin || output.end - output.op < kDestinationMargin ||
+            !source.reaches(kFront)) {
             return;
         }
-        decodeFast<kLitLenRootBits, kDistRootBits>(layout_.litLen.data(), layout_.dist.data(), source, output, history);
+        decodeFast(layout_, source, output, history);
     }
 
   private:

@@ -43,9 +43,11 @@ struct Source {
         drop(n);
         return value;
     }
-    // Whether the bits that are held are the last ones of the byte in front of `ip`, and this call took that byte: then
-    // the place in the source says it all.
-    [[nodiscard]] bool positioned() const noexcept { return held == 0 || (held < 8 && ip > begin); }
+    // The place of the next bit, in bits from `begin`. Bits that came in with the call have none.
+    [[nodiscard]] uint64_t position() const noexcept { return static_cast<uint64_t>(ip - begin) * 8 - held; }
+    [[nodiscard]] bool reaches(uint64_t place) const noexcept {
+        return held + place <= static_cast<uint64_t>(ip - begin) * 8;
+    }
 
     // Goes to a place, in bits from `begin`, at most 7 bits of which this call did not take.
     void moveTo(uint64_t position) noexcept {

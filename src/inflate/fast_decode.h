@@ -27,9 +27,7 @@ static_assert(sizeof(Entry) == 1U << kFront);
 // Bits that are there at least after a refill: 8 bytes less the part of the first that has been taken.
 constexpr unsigned kRefill = 64 - 7 - kFront;
 
-// Most bits of a symbol that a single look-up resolves, and of the extra bits behind a code.
-constexpr unsigned kMaxLengthExtraBits = 5;
-constexpr unsigned kMaxDistExtraBits = 13;
+// Most bits of a distance that a single look-up resolves.
 constexpr unsigned kMaxDirectDist = kDistRootBits + kMaxDistExtraBits;
 
 // A refill in front of a length lasts beyond its distance; this much is left in front of the next symbol.
@@ -45,8 +43,17 @@ static_assert(kRefill - (deflate::kMaxCodeLength - kDistRootBits + kMaxDistExtra
 constexpr unsigned kPassBits = 2 * kLitLenRootBits + deflate::kMaxCodeLength + kMaxLengthExtraBits + kDistRootBits;
 constexpr ptrdiff_t kSourceMargin = (kPassBits + 7) / 8 + 8;
 
-// A pass stores three literals and the longest match at most.
-constexpr ptrdiff_t kDestinationMargin = 3 + deflate::kMaxMatch + kMatchOverwrite;
+// A pass stores three literals and a match at most.
+constexpr ptrdiff_t kLiterals = 3;
+
+// The loop has two versions. As long as there is room for the longest match, and for what its copy writes too much, no
+// match is checked. Towards the end of the destination each is, and copied exactly.
+enum class Room { kAmple, kScarce };
+
+template <Room kRoom>
+constexpr ptrdiff_t kDestinationMargin = kLiterals;
+template <>
+inline constexpr ptrdiff_t kDestinationMargin<Room::kAmple> = kLiterals + deflate::kMaxMatch + kMatchOverwrite;
 
 // Masks of the low bits.
 constexpr auto MaskBits = [] {
@@ -86,13 +93,14 @@ class BitCursor {
     uint64_t bits_ = 0;
 };
 
-inline void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
+template <Room kRoom>
+void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
     const Entry* const litLen = tables.litLen.data();
     const Entry* const dist = tables.dist.data();
     BitCursor in(source.begin, source.position());
     const uint64_t limit = static_cast<uint64_t>(source.end - source.begin - kSourceMargin) * 8;
     uint8_t* op = output.op;
-    uint8_t* const opLimit = output.end - kDestinationMargin;
+    uint8_t* const opLimit = output.end - kDestinationMargin<kRoom>;
     const uintptr_t lowest = history.lowest;
 
     const auto nextLitLen = [&]() __attribute__((always_inline)) { return in.lookUp(litLen, kLitLenRootBits); };
@@ -156,11 +164,14 @@ inline void decodeFast(const GeneralLayout& tables, Source& source, Output& outp
         const uint64_t distance = entry::baseDistance(d) + in.extra(d);
         in.drop(entry::bitsToTake(d));
         e = nextLitLen();
+        if (kRoom == Room::kScarce && length > static_cast<uint64_t>(output.end - op)) break;
         if (distance > reinterpret_cast<uintptr_t>(op) - lowest) [[unlikely]] {
             if (!history.reaches(op, distance)) break;
             history.copyExact(op, distance, length);
-        } else {
+        } else if constexpr (kRoom == Room::kAmple) {
             copyMatchFast(op, distance, length);
+        } else {
+            copyMatchExact(op, distance, length);
         }
         op += length;
         symbolStart = in.position();
@@ -169,27 +180,58 @@ inline void decodeFast(const GeneralLayout& tables, Source& source, Output& outp
     output.op = op;
 }
 
+inline bool roomForFastLoop(const Source& source, const Output& output) noexcept {
+    return source.end - source.ip >= kSourceMargin && output.end - output.op >= kDestinationMargin<Room::kScarce> &&
+           source.reaches(kFront);
+}
+
+inline void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
+    if (output.end - output.op >= kDestinationMargin<Room::kAmple>) {
+        decodeFast<Room::kAmple>(tables, source, output, history);
+        if (!roomForFastLoop(source, output)) return;
+    }
+    decodeFast<Room::kScarce>(tables, source, output, history);
+}
+
+// Runs the fast loop on tables of either kind.
 template <class Tables>
-class FastDecoder {
-  public:
-    explicit FastDecoder(const Tables&) noexcept {}
-    void run(Source&, Output&, const History&) noexcept {}
-};
+class FastDecoder;
 
 template <>
 class FastDecoder<GeneralTables> {
   public:
     explicit FastDecoder(const GeneralTables& tables) noexcept : layout_(tables.layout()) {}
+
     void run(Source& source, Output& output, const History& history) const noexcept {
-        if (source.end - source.ip < kSourceMargin || output.end - output.op < kDestinationMargin ||
-            !source.reaches(kFront)) {
-            return;
+        if (roomForFastLoop(source, output)) decodeFast(layout_, source, output, history);
+    }
+
+  private:
+    const GeneralLayout& layout_;
+};
+
+// Short tables are widened first, if there is enough to decode in this call to be worth it.
+template <>
+class FastDecoder<ShortTables> {
+  public:
+    explicit FastDecoder(const ShortTables& tables) noexcept : tables_(tables) {}
+
+    void run(Source& source, Output& output, const History& history) noexcept {
+        if (!roomForFastLoop(source, output)) return;
+        if (!ready_) {
+            if (source.end - source.ip < kWorthWidening || output.end - output.op < kWorthWidening) return;
+            tables_.widen(layout_);
+            ready_ = true;
         }
         decodeFast(layout_, source, output, history);
     }
 
   private:
-    const GeneralLayout& layout_;
+    static constexpr ptrdiff_t kWorthWidening = 512;
+
+    const ShortTables& tables_;
+    GeneralLayout layout_;
+    bool ready_ = false;
 };
 
 }  // namespace ozrdc::inflate

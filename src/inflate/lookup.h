@@ -6,6 +6,7 @@
 
 #include "core/unaligned.h"
 #include "inflate/tables.h"
+#include "inflate/widen_tables.h"
 
 namespace ozrdc::inflate {
 
@@ -65,12 +66,13 @@ class GeneralTables {
 class ShortTables {
   public:
     explicit ShortTables(const InflateState& state) noexcept
-        : layout_(state.tables, state.maxLitLen),
-          litLenMask_((1U << state.maxLitLen) - 1),
-          distMask_((1U << state.maxDistLen) - 1) {}
+        : layout_(state.tables, state.maxLitLen), maxLitLen_(state.maxLitLen), maxDistLen_(state.maxDistLen) {}
+
+    // Writes the same tables in the layout of the general kind.
+    void widen(GeneralLayout& to) const noexcept { widenTables(layout_, maxLitLen_, maxDistLen_, to); }
 
     [[nodiscard]] Symbol litLen(uint64_t bits) const noexcept {
-        const unsigned e = load16(layout_.litLen + (bits & litLenMask_) * sizeof(ShortEntry));
+        const unsigned e = load16(layout_.litLen + (bits & ((1U << maxLitLen_) - 1)) * sizeof(ShortEntry));
         const unsigned codeBits = e & 15;
         const unsigned type = e >> short_entry::kTypeShift & 15;
         const unsigned value = e >> short_entry::kValueShift;
@@ -81,7 +83,7 @@ class ShortTables {
         return {Symbol::kMatch, codeBits, value + deflate::kMinMatch, type - short_entry::kLengthType};
     }
     [[nodiscard]] Symbol dist(uint64_t bits) const noexcept {
-        const size_t index = bits & distMask_;
+        const size_t index = bits & ((1U << maxDistLen_) - 1);
         const unsigned e = layout_.distBits[index];
         if ((e & 15) == 0) return {};
         return {Symbol::kMatch, e & 15, load16(layout_.distBases + index * sizeof(uint16_t)),
@@ -90,8 +92,8 @@ class ShortTables {
 
   private:
     ShortLayout<const uint8_t> layout_;
-    uint32_t litLenMask_;
-    uint32_t distMask_;
+    unsigned maxLitLen_;
+    unsigned maxDistLen_;
 };
 
 }  // namespace ozrdc::inflate

@@ -38,6 +38,10 @@ namespace ozrdc::inflate {
 
 enum TableKind : uint32_t { kFixedTables = 0, kGeneralTables = 1, kShortTables = 2 };
 
+// Most extra bits of a length and of a distance.
+constexpr unsigned kMaxLengthExtraBits = 5;
+constexpr unsigned kMaxDistExtraBits = 13;
+
 constexpr size_t kTableBytes = sizeof(InflateState::tables);
 
 // --- The general kind -----------------------------------------------------------------------------------------------

@@ -43,40 +43,42 @@ constexpr int64_t kSlowLeast = 4;
 
 // The longest of the matches at `p` with `candidate` and those behind it on its chain, at most `budget` in all, that is
 // longer than `toBeat`; the nearest of equal ones.
-template <Place place, Budget kind>
-[[gnu::always_inline]] inline Match searchChain(const Call& call, const Limits& limits, const uint8_t* p,
-                                                uint32_t index, uint32_t candidate, int32_t budget,
+template <Budget kind, Part part>
+[[gnu::always_inline]] inline Match searchChain(const View<part> view, const ChainTables& tables, const Effort& effort,
+                                                const uint8_t* p, uint32_t index, uint32_t candidate, int32_t budget,
                                                 int64_t toBeat) noexcept {
+    constexpr Place place = View<part>::kPlace;
     Match best{toBeat, 0};
-    const int64_t longest = limits.longestAt(p);
+    const uint32_t reach = view.reach(p);
+    uint32_t distance = index - candidate;
+    if (distance - 1 >= reach || budget <= 0) return best;
+    const int64_t longest = view.longest(p);
     if (toBeat >= longest) return best;
-    const int64_t enough = std::min<int64_t>(call.effort.niceLength, longest);
-    const uint32_t reach = call.stream.reach(p);
     // What a better match ends with: the four bytes from `tail` on; or at first, for the fast parser, only three, the
     // fourth of which is shifted out.
     const uint8_t* tail = p + std::max<int64_t>(toBeat - 3, 0);
     unsigned ignored = toBeat < 3 ? 8 : 0;
     uint32_t word = load32(tail);
     bool cut = false;
-    for (; budget > 0; --budget) {
-        const uint32_t distance = index - candidate;
-        if (distance - 1 >= reach) break;
-        candidate = call.tables.before(candidate);
-        if ((call.stream.wordBefore<place>(tail, distance) ^ word) << ignored != 0) [[likely]]
+    do {
+        const uint32_t found = distance;
+        candidate = tables.before(candidate);
+        distance = index - candidate;
+        if ((view.stream.template wordBefore<place>(tail, found) ^ word) << ignored != 0) [[likely]]
             continue;
-        const int64_t length = call.stream.matchLength<place>(p, distance, longest);
+        const int64_t length = view.stream.template matchLength<place>(p, found, longest);
         if (length <= best.length) continue;
-        best = {length, distance};
-        if (length >= enough) break;
+        best = {length, found};
+        if (length >= std::min<int64_t>(effort.niceLength, longest)) break;
         tail = p + length - 3;
         word = load32(tail);
         ignored = 0;
-        if (kind == Budget::CutByGoodMatch && !cut && length >= call.effort.goodLength) {
+        if (kind == Budget::CutByGoodMatch && !cut && length >= effort.goodLength) {
             // A quarter of what is left behind this candidate.
             budget = (budget - 1) / 4 + 1;
             cut = true;
         }
-    }
+    } while (--budget > 0 && distance - 1 < reach);
     return best;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "core/deflate_code.h"
+#include "core/opaque.h"
 
 namespace ozrdc::deflate {
 
@@ -50,8 +51,11 @@ constexpr auto litCodeTable = [] {
 
 // The distance code (0 to 29) of a distance.
 [[gnu::always_inline]] inline unsigned distCode(unsigned distance) noexcept {
+    // Both ways are computed, and one is selected: which it is cannot be predicted.
     const unsigned less1 = distance - 1;
-    return litCodeTable[less1 < kDistEntries ? 256 + less1 : 512 + (less1 >> kFarShift)];
+    const unsigned nearEntry = opaque(256 + less1);
+    const unsigned farEntry = opaque(512 + (less1 >> kFarShift));
+    return litCodeTable[less1 < kDistEntries ? nearEntry : farEntry];
 }
 
 }  // namespace ozrdc::deflate

@@ -6,41 +6,49 @@
 #include "deflate/parser.h"
 
 namespace ozrdc::deflate {
+namespace {
 
-const uint8_t* parseFast(const Call& sharedCall, Records& sharedRecords) noexcept {
-    const Call call = sharedCall;
-    Records records = sharedRecords;
+// The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
+template <Part part>
+[[gnu::noinline]] const uint8_t* parse(const Stream stream, const Limits limits, const ChainTables tables,
+                                       const Effort effort, Records& shared, const uint8_t* p,
+                                       const uint8_t* end) noexcept {
+    if (p >= end) return p;
+    const View<part> view{stream, limits};
+    Records records = shared;
+    uint32_t slot = tables.hash(p);
+    while (p < end && records.room() > 0) {
+        const uint32_t index = stream.indexOf(p);
+        const uint32_t candidate = tables.insert(slot, index);
+        slot = tables.hash(view.hashable(p + 1));
+        tables.prefetch(slot);
+        const Match match = searchChain<Budget::CutByGoodMatch>(view, tables, effort, p, index, candidate,
+                                                                effort.maxChain, kFastLeast - 1);
+        if (match.distance == 0) {
+            records.literal(*p++);
+            continue;
+        }
+        records.match(match.length, match.distance);
+        const uint8_t* const entered = p + 1;
+        p += match.length;
+        slot = tables.hash(view.hashable(p));
+        tables.prefetch(slot);
+        // Long matches are mostly followed by others like them, and these are found by their starts.
+        if (match.length <= effort.maxLazy) tables.insertAll(entered, index + 1, view.enterable(p) - entered);
+    }
+    shared = records;
+    return p;
+}
+
+}  // namespace
+
+const uint8_t* parseFast(const Call& call, Records& records) noexcept {
     const Limits limits = chainLimits(call);
     const uint8_t* p =
-        parseInParts(call.stream, limits.searchEnd, [&]<Place place>(const uint8_t* at, const uint8_t* end) noexcept {
-            if (at >= end) return at;
-            uint32_t slot = call.tables.hash(at);  // of `at`
-            while (at < end && records.room() > 0) {
-                const uint32_t index = call.stream.indexOf(at);
-                const uint32_t candidate = call.tables.insert(slot, index);
-                slot = call.tables.hash(limits.hashable(at + 1));
-                call.tables.prefetch(slot);
-                const Match match = searchChain<place, Budget::CutByGoodMatch>(call, limits, at, index, candidate,
-                                                                               call.effort.maxChain, kFastLeast - 1);
-                if (match.distance == 0) {
-                    records.literal(*at++);
-                    continue;
-                }
-                records.match(match.length, match.distance);
-                slot = call.tables.hash(limits.hashable(at + match.length));
-                call.tables.prefetch(slot);
-                // Long matches are mostly followed by others like them, and these are found by their starts.
-                if (match.length <= call.effort.maxLazy) {
-                    const int64_t covered = std::min(match.length, limits.hashEnd - at);
-                    call.tables.insertAll(at + 1, index + 1, covered - 1);
-                }
-                at += match.length;
-            }
-            return at;
+        parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
+            return parse<part>(call.stream, limits, call.tables, call.effort, records, begin, end);
         });
-    p = parseLastBytes(call, limits, p, records);
-    sharedRecords = records;
-    return p;
+    return parseLastBytes(call, limits, p, records);
 }
 
 }  // namespace ozrdc::deflate

@@ -11,6 +11,36 @@ namespace {
 // The margin at the end of a source that the stream goes on behind.
 constexpr int64_t kSingleProbeMargin = 260;
 
+template <Part part>
+[[gnu::noinline]] const uint8_t* parse(const Stream stream, const Limits limits, const HeadTable table,
+                                       RollingHash& sharedHash, Records& shared, const uint8_t* p,
+                                       const uint8_t* end) noexcept {
+    const View<part> view{stream, limits};
+    RollingHash hash = sharedHash;
+    Records records = shared;
+    while (p < end && records.room() > 0) {
+        uint32_t index = stream.indexOf(p);
+        const uint32_t distance = index - table.exchange(hash.at(p), index);
+        int64_t length = 0;
+        if (distance - 1 < view.reach(p)) {
+            length = stream.matchLength<View<part>::kPlace>(p, distance, view.longest(p));
+        }
+        if (length < int64_t{kMinMatch}) {
+            records.literal(*p++);
+            continue;
+        }
+        records.match(length, distance);
+        const uint8_t* const enterable = view.enterable(p + length);
+        for (const uint8_t* covered = p + 1; covered < enterable; ++covered) {
+            table.exchange(hash.at(covered), ++index);
+        }
+        p += length;
+    }
+    shared = records;
+    sharedHash = hash;
+    return p;
+}
+
 }  // namespace
 
 const uint8_t* parseSingleProbe(const Call& call, Records& records) noexcept {
@@ -18,28 +48,9 @@ const uint8_t* parseSingleProbe(const Call& call, Records& records) noexcept {
     const uint8_t* p = call.stream.src;
     if (p < limits.searchEnd) {
         RollingHash hash(p, call.tables.mask);
-        p = parseInParts(call.stream, limits.searchEnd,
-                         [&]<Place place>(const uint8_t* at, const uint8_t* end) noexcept {
-                             while (at < end && records.room() > 0) {
-                                 const uint32_t index = call.stream.indexOf(at);
-                                 const uint32_t distance = index - call.tables.exchange(hash.at(at), index);
-                                 int64_t length = 0;
-                                 if (distance - 1 < call.stream.reach(at)) {
-                                     length = call.stream.matchLength<place>(at, distance, limits.longestAt(at));
-                                 }
-                                 if (length < int64_t{kMinMatch}) {
-                                     records.literal(*at++);
-                                     continue;
-                                 }
-                                 records.match(length, distance);
-                                 const int64_t covered = std::min(length, limits.hashEnd - at);
-                                 for (int64_t i = 1; i < covered; ++i) {
-                                     call.tables.exchange(hash.at(at + i), index + static_cast<uint32_t>(i));
-                                 }
-                                 at += length;
-                             }
-                             return at;
-                         });
+        p = parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
+            return parse<part>(call.stream, limits, call.tables, hash, records, begin, end);
+        });
     }
     return parseLastBytes(call, limits, p, records);
 }

@@ -9,50 +9,59 @@
 #include "deflate/parser.h"
 
 namespace ozrdc::deflate {
+namespace {
 
-const uint8_t* parseSlow(const Call& sharedCall, Records& sharedRecords) noexcept {
-    const Call call = sharedCall;
-    Records records = sharedRecords;
+// The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
+template <Part part>
+[[gnu::noinline]] const uint8_t* parse(const Stream stream, const Limits limits, const ChainTables tables,
+                                       const Effort effort, Records& shared, const uint8_t* p,
+                                       const uint8_t* end) noexcept {
+    if (p >= end) return p;
+    const View<part> view{stream, limits};
+    Records records = shared;
+    uint32_t slot = tables.hash(p);  // of the next position to be searched
+    // Enters that position and searches it. The slot of the position behind it is fetched meanwhile.
+    const auto search = [&](const uint8_t* at, int32_t budget, int64_t toBeat) noexcept {
+        const uint32_t index = stream.indexOf(at);
+        const uint32_t candidate = tables.insert(slot, index);
+        slot = tables.hash(view.hashable(at + 1));
+        tables.prefetch(slot);
+        return searchChain<Budget::Fixed>(view, tables, effort, at, index, candidate, budget, toBeat);
+    };
+    while (p < end && records.room() > 0) {
+        Match match = search(p, effort.maxChain, kSlowLeast - 1);
+        if (match.distance == 0) {
+            records.literal(*p++);
+            continue;
+        }
+        const uint8_t* entered = p + 1;  // all positions before this one are
+        while (match.length < effort.maxLazy && view.isSearched(p + 1) && records.room() > 1) {
+            const int32_t budget = match.length >= effort.goodLength ? effort.maxChain / 4 : effort.maxChain;
+            const Match next = search(p + 1, budget, match.length);
+            entered = p + 2;
+            if (next.distance == 0) break;
+            records.literal(*p++);
+            match = next;
+        }
+        records.match(match.length, match.distance);
+        p += match.length;
+        slot = tables.hash(view.hashable(p));
+        tables.prefetch(slot);
+        tables.insertAll(entered, stream.indexOf(entered), view.enterable(p) - entered);
+    }
+    shared = records;
+    return p;
+}
+
+}  // namespace
+
+const uint8_t* parseSlow(const Call& call, Records& records) noexcept {
     const Limits limits = chainLimits(call);
     const uint8_t* p =
-        parseInParts(call.stream, limits.searchEnd, [&]<Place place>(const uint8_t* at, const uint8_t* end) noexcept {
-            if (at >= end) return at;
-            uint32_t slot = call.tables.hash(at);  // of the next position to be entered
-            // Enters the position of `slot` and searches it. The slot of the position behind it is fetched meanwhile.
-            const auto search = [&](const uint8_t* where, int32_t budget, int64_t toBeat) noexcept {
-                const uint32_t index = call.stream.indexOf(where);
-                const uint32_t candidate = call.tables.insert(slot, index);
-                slot = call.tables.hash(limits.hashable(where + 1));
-                call.tables.prefetch(slot);
-                return searchChain<place, Budget::Fixed>(call, limits, where, index, candidate, budget, toBeat);
-            };
-            while (at < end && records.room() > 0) {
-                Match match = search(at, call.effort.maxChain, kSlowLeast - 1);
-                if (match.distance == 0) {
-                    records.literal(*at++);
-                    continue;
-                }
-                const uint8_t* entered = at + 1;  // all positions before this one are
-                while (match.length < call.effort.maxLazy && at + 1 < limits.searchEnd && records.room() > 1) {
-                    const int32_t maxChain = call.effort.maxChain;
-                    const Match next =
-                        search(at + 1, match.length >= call.effort.goodLength ? maxChain / 4 : maxChain, match.length);
-                    entered = at + 2;
-                    if (next.distance == 0) break;
-                    records.literal(*at++);
-                    match = next;
-                }
-                records.match(match.length, match.distance);
-                at += match.length;
-                slot = call.tables.hash(limits.hashable(at));
-                call.tables.prefetch(slot);
-                call.tables.insertAll(entered, call.stream.indexOf(entered), std::min(at, limits.hashEnd) - entered);
-            }
-            return at;
+        parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
+            return parse<part>(call.stream, limits, call.tables, call.effort, records, begin, end);
         });
-    p = parseLastBytes(call, limits, p, records);
-    sharedRecords = records;
-    return p;
+    return parseLastBytes(call, limits, p, records);
 }
 
 }  // namespace ozrdc::deflate

@@ -64,15 +64,49 @@ struct Limits {
         searchEnd = final ? hashEnd : stream.end - std::min(length, margin);
         matchEnd = stream.end;
     }
+};
 
-    // The last position that has the bytes for its hash, if any has, or `p` if that comes before it.
-    [[nodiscard, gnu::always_inline]] const uint8_t* hashable(const uint8_t* p) const noexcept {
-        return std::min(p, hashEnd - 1);
+// A call's positions come in parts, for each of which the loops are instantiated. In the middle everything is as usual:
+// candidates lie in the source, or right in front of it, matches may have any distance and any length, and bytes follow
+// for the hash of every position in sight. At the edges, the start of the source and its end, each of these is looked
+// at. Both give the same records.
+enum class Part { Edge, Middle };
+
+// How many bytes follow a position of the middle. A match there may be put off until a longer one has been found at the
+// next position, and that again, until it has the greatest length; that one is covered, and looked at from behind.
+constexpr int64_t kInSight = (kMaxMatch - kMinMatch) + kMaxMatch + 8;
+
+// One part of a call, as its loops see it.
+template <Part part>
+struct View {
+    static constexpr Place kPlace = part == Part::Middle ? Place::Source : Place::WindowOrSource;
+
+    const Stream& stream;
+    const Limits& limits;
+
+    // How far a match at `p` may reach back.
+    [[nodiscard, gnu::always_inline]] uint32_t reach(const uint8_t* p) const noexcept {
+        return part == Part::Middle ? static_cast<uint32_t>(stream.winSize) - 1 : stream.reach(p);
     }
 
     // The length of the longest match at `p`.
-    [[nodiscard, gnu::always_inline]] int64_t longestAt(const uint8_t* p) const noexcept {
-        return std::min<int64_t>(kMaxMatch, matchEnd - p);
+    [[nodiscard, gnu::always_inline]] int64_t longest(const uint8_t* p) const noexcept {
+        return part == Part::Middle ? kMaxMatch : std::min<int64_t>(kMaxMatch, limits.matchEnd - p);
+    }
+
+    // The last position that has the bytes for its hash, if any has, or `p` if that comes before it.
+    [[nodiscard, gnu::always_inline]] const uint8_t* hashable(const uint8_t* p) const noexcept {
+        return part == Part::Middle ? p : std::min(p, limits.hashEnd - 1);
+    }
+
+    // The end of positions that can be entered, up to `p`.
+    [[nodiscard, gnu::always_inline]] const uint8_t* enterable(const uint8_t* p) const noexcept {
+        return part == Part::Middle ? p : std::min(p, limits.hashEnd);
+    }
+
+    // Whether a position lies before the end of those to be searched.
+    [[nodiscard, gnu::always_inline]] bool isSearched(const uint8_t* p) const noexcept {
+        return part == Part::Middle || p < limits.searchEnd;
     }
 };
 
@@ -89,15 +123,20 @@ const uint8_t* parseSingleProbe(const Call& call, Records& records) noexcept;
 const uint8_t* parseFast(const Call& call, Records& records) noexcept;
 const uint8_t* parseSlow(const Call& call, Records& records) noexcept;
 
-// Runs `parse<place>(p, partEnd)`, which returns where it stopped, over the positions up to `end`: first those whose
-// candidates may lie in the window, then the others.
+// Runs `parse<part>(p, end)`, which parses up to `end` or further and returns where it stopped, over the parts of a
+// call.
 template <class Parse>
-[[gnu::always_inline]] inline const uint8_t* parseInParts(const Stream& stream, const uint8_t* end,
+[[gnu::always_inline]] inline const uint8_t* parseInParts(const Stream& stream, const Limits& limits,
                                                           Parse parse) noexcept {
     const uint8_t* p = stream.src;
-    const uint8_t* const windowReach = std::min(end, stream.windowReach());
-    if (p < windowReach) p = parse.template operator()<Place::WindowOrSource>(p, windowReach);
-    return parse.template operator()<Place::Source>(p, end);
+    const int64_t length = stream.end - stream.src;
+    const int64_t history = stream.windowEnd == stream.src ? stream.history : 0;
+    const int64_t middleBegin = std::max<int64_t>(0, stream.winSize - 1 - history);
+    if (middleBegin + kInSight < length) {
+        p = parse.template operator()<Part::Edge>(p, std::min(p + middleBegin, limits.searchEnd));
+        p = parse.template operator()<Part::Middle>(p, std::min(stream.end - kInSight, limits.searchEnd));
+    }
+    return parse.template operator()<Part::Edge>(p, limits.searchEnd);
 }
 
 // Writes what is too short for a hash, at the end of the stream, as literals; returns where that ends.

@@ -31,7 +31,7 @@ struct BitWriter {
 
     // The sum of the counts must stay below 64.
     [[gnu::always_inline]] void put(const Bits more) noexcept {
-        bits |= more.bits << (count & 63);
+        bits |= more.bits << count;
         count += more.count;
     }
 

@@ -87,10 +87,7 @@ class MergedWords {
         }
         for (unsigned i = 0; i < kDistEntries; ++i) near_[i] = pack(dist[litCodeTable[256 + i]], distExtTable[i]);
         for (unsigned i = 0; i < kDistCodes; ++i) {
-            const unsigned length = detail::lengthOf(dist[i]);
-            const unsigned extra = addNumBitDistTable[i];
-            far_[i] = {dist[i].code, static_cast<uint16_t>((1U << extra) - 1), static_cast<uint8_t>(length),
-                       static_cast<uint8_t>(length + extra)};
+            far_[i] = packFar(dist[i], addNumBitDistTable[i]);
         }
     }
 
@@ -107,13 +104,6 @@ class MergedWords {
     // A code with its extra bits, at most 22 bits, above their count.
     static constexpr unsigned kCountBits = 8;
 
-    struct FarCode {
-        uint16_t code;
-        uint16_t extraMask;
-        uint8_t length;
-        uint8_t total;
-    };
-
     static constexpr uint32_t pack(DeflateHuffCode code, ExtraBits extra) noexcept {
         const unsigned length = detail::lengthOf(code);
         const uint32_t bits = code.code | static_cast<uint32_t>(extra.value) << length;
@@ -123,17 +113,27 @@ class MergedWords {
         return {word >> kCountBits, word & ((1U << kCountBits) - 1)};
     }
 
+    // A code of far distances, above it the mask of their extra bits, its length, and its length with the extra bits.
+    // One word, because compilers take small structs apart through memory.
+    static constexpr uint64_t packFar(DeflateHuffCode code, unsigned extra) noexcept {
+        const uint64_t length = detail::lengthOf(code);
+        return code.code | ((uint64_t{1} << extra) - 1) << 16 | length << 32 | (length + extra) << 40;
+    }
+    [[gnu::always_inline]] static Bits unpackFar(uint64_t far, uint32_t less1) noexcept {
+        const uint32_t extra = less1 & static_cast<uint16_t>(far >> 16);
+        return {static_cast<uint16_t>(far) | uint64_t{extra} << ((far >> 32) & 63), static_cast<unsigned>(far >> 40)};
+    }
+
     [[nodiscard, gnu::always_inline]] Bits distanceBits(uint32_t less1) const noexcept {
         if (less1 < kDistEntries) return unpack(near_[less1]);
-        const FarCode far = far_[litCodeTable[512 + (less1 >> kFarShift)]];
-        return {far.code | uint64_t{less1 & far.extraMask} << far.length, far.total};
+        return unpackFar(far_[litCodeTable[512 + (less1 >> kFarShift)]], less1);
     }
 
     uint32_t endOfBlock_{};
     std::array<uint32_t, 256> literals_{};
     std::array<uint32_t, 256> lengths_{};
     std::array<uint32_t, kDistEntries> near_{};
-    std::array<FarCode, kDistCodes> far_{};
+    std::array<uint64_t, kDistCodes> far_{};
 };
 
 }  // namespace ozrdc::deflate

@@ -10,11 +10,12 @@
 // they lie inside the destination, and single bytes behind that.
 
 #include <algorithm>
-#include <array>
+#include <bit>
 #include <cstdint>
 
 #include "core/arguments.h"
 #include "core/entry_points.h"
+#include "core/match_length.h"
 #include "core/vector_kernels.h"
 #include "deflate/bit_writer.h"
 #include "deflate/fixed_codes.h"
@@ -52,11 +53,21 @@ struct Statistics {
         }
     }
 
+    [[gnu::always_inline]] void literals(uint8_t first, uint8_t second) const noexcept {
+        ++lit[first];
+        ++lit[second];
+    }
+
     [[gnu::always_inline]] bool tryRecord(uint8_t value, uint32_t distance) const noexcept {
         record(value, distance);
         return true;
     }
 };
+
+// What a turn of the fast loop stores, at most a literal and a match.
+constexpr int32_t kWideStore = 8;
+constexpr int32_t kTurnStored = (7 + kMaxLiteralBits) / 8 + kWideStore;
+static_assert(7 + 2 * kMaxLiteralBits < 64 && 7 + kMaxMatchBits < 64);
 
 // A sink that writes symbols.
 template <class Words>
@@ -64,18 +75,24 @@ struct Encoder {
     const Words* words;
     BitWriter out;
     const uint8_t* end;        // of the destination
-    const uint8_t* wideLimit;  // up to here 8 bytes fit; null if they fit nowhere
+    const uint8_t* wideLimit;  // up to here the stores of a turn of the fast loop fit; null if they fit nowhere
 
     Encoder(const Words& codes, BitWriter writer, const uint8_t* destination, int32_t destinationLength) noexcept
         : words(&codes),
           out(writer),
           end(destination + destinationLength),
-          wideLimit(destinationLength >= 8 ? end - 8 : nullptr) {}
+          wideLimit(destinationLength >= kTurnStored ? end - kTurnStored : nullptr) {}
 
     [[nodiscard, gnu::always_inline]] bool hasRoom() const noexcept { return out.dst <= wideLimit; }
 
     [[gnu::always_inline]] void record(uint8_t value, uint32_t distance) noexcept {
         out.put(words->record(value, distance));
+        out.storeWide();
+    }
+
+    [[gnu::always_inline]] void literals(uint8_t first, uint8_t second) noexcept {
+        out.put(words->record(first, kLiteral));
+        out.put(words->record(second, kLiteral));
         out.storeWide();
     }
 
@@ -90,47 +107,111 @@ struct Encoder {
     }
 };
 
-// What the probe of a position found. The position has been entered in the table.
-struct Probe {
-    uint32_t slot;
-    uint32_t previous;  // what the slot held
-    uint32_t distance;
-    int64_t length;  // of the match, at most the limit; below 4 there is none
-};
-
-template <Place place>
-[[gnu::always_inline]] inline Probe probe(const Stream& stream, const HeadTable table, const uint8_t* p,
-                                          int64_t limit) noexcept {
-    const uint32_t index = stream.indexOf(p);
-    const uint32_t slot = table.hash(p);
-    const uint32_t previous = table.exchange(slot, index);
-    const uint32_t distance = index - previous;
-    int64_t length = 0;
-    if (distance - 1 < stream.reach(p) && stream.wordBefore<place>(p, distance) == load32(p)) {
-        length = stream.matchLength<place>(p, distance, limit);
-    }
-    return {slot, previous, distance, length};
-}
-
 [[gnu::always_inline]] inline uint8_t less3(int64_t length) noexcept {
     return static_cast<uint8_t>(length - int64_t{kMinMatch});
 }
 
-// Parses positions up to `end`, behind which the source goes on by the margin, and returns where it stopped: there, or
-// at a position before which the sink has no more room.
-template <Place place, class Sink>
-[[gnu::always_inline]] inline const uint8_t* parseFast(const Stream& stream, const HeadTable table, const uint8_t* p,
-                                                       const uint8_t* end, Sink& sink) noexcept {
+// A match enters its start, and the positions behind it that every match covers: the ratio gains more than entering
+// them costs, while entering all would cost as much as not to match.
+constexpr uint32_t kEntered = static_cast<uint32_t>(kCrcBytes);
+
+// The three ways to a match. Each has `lengthAt(p, word, distance)`, the length of the match of the 8 bytes `word` at
+// `p` with a candidate at some distance, which may be anything; 0 if there is none of 4 bytes.
+
+// Candidates may lie in the window or in the source, or on the border.
+struct WindowSearch {
+    const Stream& stream;
+
+    WindowSearch(const Stream& s) noexcept : stream(s) {}
+
+    [[nodiscard, gnu::always_inline]] int64_t lengthAt(const uint8_t* p, uint32_t distance) const noexcept {
+        if (distance - 1 >= stream.reach(p)) return 0;
+        if (stream.wordBefore<Place::WindowOrSource>(p, distance) != load32(p)) return 0;
+        return stream.matchLength<Place::WindowOrSource>(p, distance, kMaxMatch);
+    }
+};
+
+// How much of the history lies directly in front of the source.
+int64_t historyInFront(const Stream& stream) noexcept { return stream.windowEnd == stream.src ? stream.history : 0; }
+
+// Candidates lie in the source, or in the window directly in front of it. Half of them are no match, and which of them
+// is hard to predict, so that there is one branch: it looks at the difference of the bytes, which are loaded from a
+// place that is safe to read whatever the distance, and at whether the distance was admitted.
+enum class Reach {
+    Growing,  // the history is shorter than the window
+    Full      // all that a distance can say lies in the history
+};
+template <Reach kind>
+struct SourceSearch {
+    const uint8_t* historyBegin;
+    uint32_t fullReach;
+    uint32_t distanceMask;
+
+    SourceSearch(const Stream& stream) noexcept
+        : historyBegin(stream.src - historyInFront(stream)),
+          fullReach(static_cast<uint32_t>(stream.winSize) - 1),
+          distanceMask(std::bit_ceil(static_cast<uint32_t>(stream.winSize)) - 1) {}
+
+    // Where the history holds every distance that the mask leaves.
+    [[nodiscard]] const uint8_t* fullBegin(const Stream& stream) const noexcept {
+        return stream.src + std::min<int64_t>(stream.end - stream.src,
+                                              std::max<int64_t>(0, int64_t{distanceMask} - historyInFront(stream)));
+    }
+
+    [[nodiscard, gnu::always_inline]] int64_t lengthAt(const uint8_t* p, uint32_t distance) const noexcept {
+        uint32_t reach = fullReach;
+        uint64_t back = distance & distanceMask;
+        if (kind == Reach::Growing) {
+            reach = static_cast<uint32_t>(std::min<int64_t>(reach, p - historyBegin));
+            back = distance - 1 < reach ? distance : 0;
+        }
+        const uint64_t difference = load64(p - back) ^ load64(p);
+        const uint32_t refused = distance - 1 < reach ? 0 : 1;
+        if ((static_cast<uint32_t>(difference) | refused) != 0) return 0;
+        if (difference != 0) {
+            const int64_t length = __builtin_ctzll(difference) / 8;
+            if (length < kCrcBytes) __builtin_unreachable();
+            return length;
+        }
+        return 8 + getboundlong(p + 8, p + 8, -static_cast<int64_t>(distance), kMaxMatch - 8);
+    }
+};
+
+struct Found {
+    int64_t length;  // 0 if there is no match
+    uint32_t distance;
+    uint32_t index;
+};
+
+// Parses positions from `p` to `end`, and perhaps the one at `end`, and returns where it stopped: behind the last, or
+// at a position before which the sink has no more room. Behind the positions the source goes on by the margin.
+template <class Search, class Sink>
+[[gnu::noinline]] const uint8_t* parseFast(const Stream& stream, const HeadTable table, const uint8_t* p,
+                                           const uint8_t* end, Sink& sink) noexcept {
+    const Search search(stream);
+    const uint32_t firstIndex = stream.indexOf(p);
+    const uint8_t* const first = p;
+    const auto probe = [&](const uint8_t* at) noexcept -> Found {
+        const uint32_t index = firstIndex + static_cast<uint32_t>(at - first);
+        const uint32_t distance = index - table.exchange(table.hash(at), index);
+        return {search.lengthAt(at, distance), distance, index};
+    };
     Sink local = sink;
     while (p < end && local.hasRoom()) {
-        const Probe found = probe<place>(stream, table, p, kMaxMatch);
-        if (found.length >= kCrcBytes) {
-            local.record(less3(found.length), found.distance);
-            p += found.length;
-        } else {
-            local.record(*p, kLiteral);
-            ++p;
+        Found found = probe(p);
+        if (found.length == 0) {
+            // Literals come in runs, and two at a time are cheaper.
+            const uint8_t literal = *p++;
+            found = probe(p);
+            if (found.length == 0) {
+                local.literals(literal, *p++);
+                continue;
+            }
+            local.record(literal, kLiteral);
         }
+        for (uint32_t i = 1; i < kEntered; ++i) table.exchange(table.hash(p + i), found.index + i);
+        local.record(less3(found.length), found.distance);
+        p += found.length;
     }
     sink = local;
     return p;
@@ -147,14 +228,25 @@ template <class Sink>
             ++p;
             continue;
         }
-        const Probe found = probe<Place::WindowOrSource>(stream, table, p, std::min<int64_t>(left, kMaxMatch));
-        const bool match = found.length >= kCrcBytes;
-        if (!(match ? sink.tryRecord(less3(found.length), found.distance) : sink.tryRecord(*p, kLiteral))) {
+        const uint32_t index = stream.indexOf(p);
+        const uint32_t slot = table.hash(p);
+        const uint32_t previous = table.exchange(slot, index);
+        const uint32_t distance = index - previous;
+        int64_t length = 0;
+        if (distance - 1 < stream.reach(p)) {
+            length = stream.matchLength<Place::WindowOrSource>(p, distance, std::min<int64_t>(left, kMaxMatch));
+        }
+        const bool match = length >= kCrcBytes;
+        if (!(match ? sink.tryRecord(less3(length), distance) : sink.tryRecord(*p, kLiteral))) {
             // The next call meets this position again, and is to find what this one found.
-            table.exchange(found.slot, found.previous);
+            table.exchange(slot, previous);
             break;
         }
-        p += match ? found.length : 1;
+        if (match) {
+            for (uint32_t i = 1; i < kEntered && i + kCrcBytes <= left; ++i)
+                table.exchange(table.hash(p + i), index + i);
+        }
+        p += match ? length : 1;
     }
     return p;
 }
@@ -189,13 +281,18 @@ bool parse(const Arguments& a, Sink& sink) noexcept {
         stream.srcIdx = a.winSize;
     }
     const HeadTable table(a.pHashHead, a.hashSize);
-    const uint8_t* const fastEnd = stream.end - std::min<int64_t>(length, kMargin);
-    const uint8_t* const end = a.final() ? stream.end : fastEnd;
+    // The fast loop may go one position further than told.
+    const uint8_t* const fastEnd = stream.end - std::min<int64_t>(length, kMargin + 1);
+    const uint8_t* const end = a.final() ? stream.end : stream.end - std::min<int64_t>(length, kMargin);
 
     const uint8_t* p = stream.src;
-    const uint8_t* const windowReach = std::min(stream.windowReach(), fastEnd);
-    p = parseFast<Place::WindowOrSource>(stream, table, p, windowReach, sink);
-    if (p >= windowReach) p = parseFast<Place::Source>(stream, table, p, fastEnd, sink);
+    const auto parseUpTo = [&]<class Search>(const uint8_t* partEnd) {
+        partEnd = std::min(partEnd, fastEnd);
+        if (p < partEnd) p = parseFast<Search>(stream, table, p, partEnd, sink);
+    };
+    parseUpTo.template operator()<WindowSearch>(stream.windowReach());
+    parseUpTo.template operator()<SourceSearch<Reach::Growing>>(SourceSearch<Reach::Full>(stream).fullBegin(stream));
+    parseUpTo.template operator()<SourceSearch<Reach::Full>>(fastEnd);
     p = parseCarefully(stream, table, p, end, sink);
 
     *a.pSrcIdx = static_cast<int32_t>(stream.indexOf(p));

@@ -1,13 +1,14 @@
-// The pipeline of blocks, as a plain loop and on oneTBB.
+// The pipeline of blocks, as a plain loop and on several threads.
 //
-// Slots are handed out round robin. That is safe: at most `slots` blocks are under way, and as the first and the last
-// stage keep the order, the blocks under way are always consecutive.
+// All threads do the same: each takes the next block through reading and working, and then writes whatever is ready in
+// order, unless another thread is at that. Nobody waits for a turn while there is something to do.
 #include "pipeline.h"
 
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/parallel_pipeline.h>
-
+#include <condition_variable>
 #include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 namespace ozrz {
@@ -22,45 +23,100 @@ void runSerially(const PipelineStages& stages) {
     }
 }
 
-void runInParallel(unsigned threads, std::size_t slots, const PipelineStages& stages) {
-    // A failure travels with its block to the last stage, where it takes its turn.
-    std::vector<std::exception_ptr> failures(slots);
-    std::size_t blocks = 0;
-    bool readFailed = false;
+// Slots are handed out round robin. That is safe: at most as many blocks as there are slots are under way, and as
+// reading and writing keep the order, the blocks under way are always consecutive.
+class ParallelRun {
+  public:
+    ParallelRun(std::size_t slots, const PipelineStages& stages) : stages_(stages), slots_(slots) {}
 
-    const auto read = [&](tbb::flow_control& control) -> std::size_t {
-        const std::size_t slot = blocks % slots;
+    void run(unsigned threads) {
+        std::vector<std::thread> others;
         try {
-            if (readFailed || !stages.read(slot)) {
-                control.stop();
-                return 0;
+            while (others.size() + 1 < threads) others.emplace_back([this] { takePart(); });
+        } catch (const std::system_error&) {
+            // Fewer threads do as well.
+        }
+        takePart();
+        for (std::thread& other : others) other.join();
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+  private:
+    struct Slot {
+        bool ready = false;
+        std::exception_ptr failure{};  // travels with its block to its turn
+    };
+
+    using Lock = std::unique_lock<std::mutex>;
+
+    void takePart() {
+        Lock lock(mutex_);
+        for (;;) {
+            changed_.wait(lock, [this] { return ended_ || (!reading_ && begun_ - written_ < slots_.size()); });
+            if (ended_) return;
+            const std::size_t i = begun_ % slots_.size();
+            if (!read(lock, i)) return;
+            if (!slots_[i].failure) {
+                without(lock, slots_[i].failure, [&] { stages_.work(i); });
             }
-        } catch (...) {
-            failures[slot] = std::current_exception();
-            readFailed = true;
+            slots_[i].ready = true;
+            if (!writing_) writeReady(lock);
         }
-        ++blocks;
-        return slot;
-    };
-    const auto work = [&](std::size_t slot) {
-        if (failures[slot]) return slot;
-        try {
-            stages.work(slot);
-        } catch (...) {
-            failures[slot] = std::current_exception();
-        }
-        return slot;
-    };
-    const auto write = [&](std::size_t slot) {
-        if (failures[slot]) std::rethrow_exception(failures[slot]);
-        stages.write(slot);
-    };
+    }
 
-    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
-    tbb::parallel_pipeline(slots, tbb::make_filter<void, std::size_t>(tbb::filter_mode::serial_in_order, read) &
-                                      tbb::make_filter<std::size_t, std::size_t>(tbb::filter_mode::parallel, work) &
-                                      tbb::make_filter<std::size_t, void>(tbb::filter_mode::serial_in_order, write));
-}
+    // The state is as before when this returns false, but that nothing more is read.
+    bool read(Lock& lock, std::size_t i) {
+        reading_ = true;
+        bool more = false;
+        slots_[i] = {};
+        without(lock, slots_[i].failure, [&] { more = stages_.read(i); });
+        reading_ = false;
+        const bool isBlock = more || slots_[i].failure;
+        if (isBlock) ++begun_;
+        if (!more) ended_ = true;
+        changed_.notify_all();
+        return isBlock;
+    }
+
+    void writeReady(Lock& lock) {
+        writing_ = true;
+        while (written_ < begun_ && slots_[written_ % slots_.size()].ready && !failure_) {
+            const std::size_t i = written_ % slots_.size();
+            failure_ = slots_[i].failure;
+            if (!failure_) without(lock, failure_, [&] { stages_.write(i); });
+            if (failure_) ended_ = true;
+            slots_[i].ready = false;
+            ++written_;
+            changed_.notify_all();
+        }
+        writing_ = false;
+    }
+
+    // Does something while others may go on.
+    template <typename Action>
+    static void without(Lock& lock, std::exception_ptr& failure, const Action& action) {
+        lock.unlock();
+        std::exception_ptr thrown;
+        try {
+            action();
+        } catch (...) {
+            thrown = std::current_exception();
+        }
+        lock.lock();
+        if (thrown) failure = thrown;
+    }
+
+    const PipelineStages& stages_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<Slot> slots_;
+    std::size_t begun_ = 0;    // blocks that were read
+    std::size_t written_ = 0;  // blocks that were written
+    bool reading_ = false;
+    bool writing_ = false;
+    bool ended_ = false;  // no block is read any more
+    std::exception_ptr failure_;
+};
 
 }  // namespace
 
@@ -70,7 +126,7 @@ void runPipeline(unsigned threads, std::size_t slots, const PipelineStages& stag
     if (threads <= 1 || slots <= 1) {
         runSerially(stages);
     } else {
-        runInParallel(threads, slots, stages);
+        ParallelRun(slots, stages).run(threads);
     }
 }
 

@@ -12,8 +12,8 @@ namespace ozrz::deflate {
 namespace {
 
 // Bits of a header: what every one has, and what each symbol in use adds.
-constexpr float kHeaderBits = 80;
-constexpr float kBitsPerSymbol = 3.5F;
+constexpr float kHeaderBits = 100;
+constexpr float kBitsPerSymbol = 4.0F;
 
 // x * log2(x), with an error below x / 8000; 0 for 0. From the exponent, and a polynomial for the mantissa; without
 // branches, so that compilers make vector code of the loops around it.

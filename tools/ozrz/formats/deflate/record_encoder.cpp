@@ -16,10 +16,10 @@ namespace ozrz::deflate {
 namespace {
 
 // The library's level of each of ours.
-constexpr std::array<int32_t, 10> kLibraryLevels{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+constexpr std::array<int32_t, 10> kLibraryLevels{0, 1, 3, 22, 24, 15, 16, 27, 18, 19};
 
 // Blocks are found as runs of pieces of so many records: enough of them that their statistics mean something.
-constexpr std::size_t kPieceRecords = 4096;
+constexpr std::size_t kPieceRecords = 1024;
 
 constexpr int32_t kFinalFlush = 2;
 

@@ -62,11 +62,12 @@ struct ChainTables : HeadTable {
     }
 
     // Enters `count` positions from `p` on, which has `index`. Four bytes must be readable at each of them.
-    //
-    // The hashes of a batch do not depend on one another, so that the processor computes them side by side.
     [[gnu::always_inline]] void insertAll(const uint8_t* p, uint32_t index, int64_t count) const noexcept {
+        // The hashes of a batch do not depend on one another, so that the processor computes them side by side. For the
+        // few positions of an ordinary match it would only be one more loop whose end cannot be predicted.
+        constexpr int64_t kMany = 16;
         constexpr int64_t kBatch = 4;
-        for (; count >= kBatch; count -= kBatch, p += kBatch, index += kBatch) {
+        for (; count >= kMany; count -= kBatch, p += kBatch, index += kBatch) {
             const uint32_t slots[kBatch] = {hash(p), hash(p + 1), hash(p + 2), hash(p + 3)};
             for (uint32_t i = 0; i < kBatch; ++i) insert(slots[i], index + i);
         }

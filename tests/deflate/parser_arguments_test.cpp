@@ -43,6 +43,10 @@ struct Call {
     uint16_t* distances = distanceValues.data();
     int32_t* pDstLen = &room;
 
+    Call() = default;
+    Call(const Call&) = delete;  // its pointers are to itself
+    Call& operator=(const Call&) = delete;
+
     template <typename Function, typename Parameters>
     Status operator()(Function function, Parameters parameters) {
         return function(ppSrc, pSrcLen, pSrcIdx, window, windowSize, head, prev, hashSize, literalFrequencies,

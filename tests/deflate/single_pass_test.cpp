@@ -1,0 +1,573 @@
+// The single-pass encoders: streams that independent decoders read, the same however source and destination are cut,
+// and nothing behind the destination's end.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+
+#include "deflate/parser_check.h"
+#include "deflate/reference_output.h"
+#include "support/oracles.h"
+#include "support/sample_data.h"
+
+namespace ozrdc::test::deflate {
+namespace {
+
+constexpr uint8_t kUntouched = 0x5A;
+
+// A prepared code and its header, from any sample.
+struct PreparedCode {
+    HuffCodes literals = HuffCodes(286);
+    HuffCodes distances = HuffCodes(30);
+    Bytes header = Bytes(OZRDC_DEFLATE_HEADER_SIZE);
+    int32_t headerBits = 0;
+
+    explicit PreparedCode(ByteView sample) {
+        std::vector<int32_t> head(4096, kEmpty);
+        std::vector<uint32_t> literalCounts(286);
+        std::vector<uint32_t> distanceCounts(30);
+        const uint8_t* source = sample.data();
+        auto left = static_cast<int32_t>(sample.size());
+        int32_t index = 0;
+        int32_t headerSize = 0;
+        EXPECT_EQ(ozrsDeflateLZ77FastestGetStat_8u(&source, &left, &index, sample.data(), 32768, head.data(), 4096,
+                                                   literalCounts.data(), distanceCounts.data(), 2),
+                  StatusOk);
+        EXPECT_EQ(ozrsDeflateLZ77FastestGenHuffTable_8u(literalCounts.data(), distanceCounts.data(), literals.data(),
+                                                        distances.data()),
+                  StatusOk);
+        EXPECT_EQ(ozrsDeflateLZ77FastestGenHeader_8u(literals.data(), distances.data(), header.data(), &headerSize,
+                                                     &headerBits),
+                  StatusOk);
+        header.resize(static_cast<std::size_t>(headerSize));
+    }
+
+    BlockCodes codes() const { return {lengthsOf(literals), lengthsOf(distances)}; }
+};
+
+// The same for all encoders, because mapping pages costs more than most of the calls.
+struct CallBuffers {
+    explicit CallBuffers(Guard guard) : source(guard), history(guard), target(guard), header(Guard::After) {}
+    GuardedArena source, history, target, header;
+};
+
+CallBuffers& callBuffers(Guard guard) {
+    static CallBuffers after(Guard::After);
+    static CallBuffers before(Guard::Before);
+    return guard == Guard::After ? after : before;
+}
+
+struct Sizes {
+    std::size_t window = 32768;
+    std::size_t hashes = 4096;
+};
+
+// One stream, encoded call by call in guarded buffers.
+class Encoder {
+  public:
+    // Without a prepared code: the fixed one. The block is opened as a stream's last.
+    Encoder(const Sizes& sizes, const PreparedCode* code, Guard guard = Guard::After)
+        : sizes_(sizes), code_(code), head_(4 * sizes.hashes, guard), buffers_(&callBuffers(guard)) {
+        std::fill_n(hashes(), sizes.hashes, kEmpty);
+        bits_ = code == nullptr ? 0b011 : 0b101;
+    }
+
+    int32_t* hashes() { return reinterpret_cast<int32_t*>(head_.data()); }
+    void startAt(int64_t index, ByteView before) {
+        index_ = index;
+        consumed_.assign(before.begin(), before.end());
+        started_ = before.size();
+    }
+
+    // One call with room for that many bytes, behind some others. The status is checked to be success or a full
+    // destination, and is left in status().
+    ::testing::AssertionResult encodes(ByteView source, std::size_t room, int32_t flush,
+                                       HistoryPlace place = HistoryPlace::Apart, std::size_t front = 3) {
+        const auto historySize = static_cast<std::size_t>(std::min<int64_t>(index_, std::ssize(consumed_)));
+        const ByteView history = ByteView(consumed_).last(std::min(historySize, sizes_.window));
+        std::span<uint8_t> sourceBytes;
+        std::span<uint8_t> historyBytes;
+        if (place == HistoryPlace::InFront) {
+            const std::span<uint8_t> both = buffers_->source.take(history.size() + source.size());
+            std::copy(history.begin(), history.end(), both.begin());
+            std::copy(source.begin(), source.end(), both.begin() + std::ssize(history));
+            historyBytes = both.first(history.size());
+            sourceBytes = both.last(source.size());
+        } else {
+            sourceBytes = buffers_->source.take(source);
+            historyBytes = buffers_->history.take(history);
+        }
+        const std::span<uint8_t> target = buffers_->target.take(front + room);
+        std::fill(target.begin(), target.end(), kUntouched);
+
+        const uint8_t* at = sourceBytes.data();
+        auto left = static_cast<int32_t>(source.size());
+        auto index = static_cast<int32_t>(index_);
+        auto written = static_cast<int32_t>(front);
+        const auto targetSize = static_cast<int32_t>(target.size());
+        const uint16_t bitsBefore = bits_;
+        const int32_t countBefore = count_;
+        bits_ = static_cast<uint16_t>(bits_ | ~0U << count_);  // those above the count are ignored
+        if (code_ == nullptr) {
+            status_ = ozrsDeflateLZ77Fastest_8u(
+                &at, &left, &index, historyBytes.data(), static_cast<int32_t>(sizes_.window), hashes(),
+                static_cast<int32_t>(sizes_.hashes), &bits_, &count_, target.data(), targetSize, &written, flush);
+        } else {
+            status_ = ozrsDeflateLZ77FastestPrecompHeader_8u(
+                &at, &left, &index, historyBytes.data(), static_cast<int32_t>(sizes_.window), hashes(),
+                static_cast<int32_t>(sizes_.hashes), &bits_, &count_, target.data(), targetSize, &written,
+                code_->literals.data(), code_->distances.data(), buffers_->header.take(code_->header).data(),
+                code_->headerBits, flush);
+        }
+        const auto failure = [&](const char* what) {
+            return ::testing::AssertionFailure()
+                   << what << ": status " << status_ << ", " << source.size() << " bytes at index " << index_ << ", "
+                   << left << " left, room " << room << ", written " << written << " - " << front << ", " << countBefore
+                   << " bits before, " << count_ << " after, flush " << flush;
+        };
+        if (status_ == StatusSizeError) {  // the header needs more room
+            if (left != std::ssize(source) || written != static_cast<int32_t>(front) || count_ != countBefore) {
+                return failure("something was done");
+            }
+            bits_ = bitsBefore;
+            return ::testing::AssertionSuccess();
+        }
+        if (status_ != StatusOk && status_ != StatusDestinationFull) return failure("another status");
+        const auto consumed = at - sourceBytes.data();
+        if (consumed < 0 || consumed + left != std::ssize(source)) return failure("source pointer and length differ");
+        if (index != (index_ + consumed) && index >= index_) return failure("another index");
+        if (written < static_cast<int32_t>(front) || written > targetSize) return failure("another index of output");
+        if (!std::all_of(target.begin(), target.begin() + std::ssize(target) - std::ssize(target.subspan(front)),
+                         [](uint8_t b) { return b == kUntouched; })) {
+            return failure("written in front of the output");
+        }
+        if (count_ < 0 || count_ > 16 || (count_ > 7 && written < targetSize)) return failure("bits pending");
+        const bool nothingDone = consumed == 0 && written == static_cast<int32_t>(front) && count_ == countBefore;
+        if (nothingDone) bits_ = bitsBefore;
+        if (bits_ >> count_ != 0) return failure("bits above the count");
+        if (!std::equal(history.begin(), history.end(), historyBytes.begin())) return failure("written to the window");
+        if (!head_.slackIntact()) return failure("written outside the hash table");
+        consumed_.insert(consumed_.end(), source.begin(), source.begin() + consumed);
+        stream_.insert(stream_.end(), target.begin() + std::ssize(target) - std::ssize(target.subspan(front)),
+                       target.begin() + written);
+        lastConsumed_ = consumed;
+        lastWritten_ = written - static_cast<int32_t>(front);
+        index_ = index;
+        return ::testing::AssertionSuccess();
+    }
+
+    // All of the source in one call.
+    ::testing::AssertionResult encodesWhole(ByteView source) {
+        auto result = encodes(source, 2 * source.size() + 400, 2);
+        if (result && status_ != StatusOk) return ::testing::AssertionFailure() << "status " << status_;
+        if (result && consumedInAll() != source.size()) return ::testing::AssertionFailure() << "not all consumed";
+        return result;
+    }
+
+    Status status() const { return status_; }
+    int64_t index() const { return index_; }
+    std::size_t consumedInAll() const { return consumed_.size() - started_; }
+    int64_t lastConsumed() const { return lastConsumed_; }
+    int64_t lastWritten() const { return lastWritten_; }
+    std::size_t bits() const { return 8 * stream_.size() + static_cast<std::size_t>(count_); }
+
+    // With the bits that are pending.
+    Bytes stream() const {
+        Bytes whole = stream_;
+        for (int32_t i = 0; i < count_; i += 8) whole.push_back(static_cast<uint8_t>(bits_ >> i));
+        return whole;
+    }
+
+  private:
+    Sizes sizes_;
+    const PreparedCode* code_;
+    GuardedBuffer head_;
+    CallBuffers* buffers_;
+    Bytes consumed_;
+    std::size_t started_ = 0;
+    int64_t index_ = 0;
+    Bytes stream_;
+    uint16_t bits_ = 0;
+    int32_t count_ = 3;
+    Status status_ = StatusOk;
+    int64_t lastConsumed_ = 0;
+    int64_t lastWritten_ = 0;
+};
+
+const PreparedCode& prepared() {
+    static const PreparedCode code(sampleKind("mixed").make(30000, 450));
+    return code;
+}
+
+// Both encoders.
+const PreparedCode* const* bothCodes() {
+    static const PreparedCode* const codes[] = {nullptr, &prepared()};
+    return codes;
+}
+constexpr int kBoth = 2;
+
+// The symbols of a stream of one block, or of its beginning.
+std::vector<Symbol> symbolsOf(ByteView stream) {
+    BitReader reader(stream);
+    const auto header = readHeader(reader);
+    if (!header) return {};
+    return readSymbols(stream, reader.position(), header->codes, UnusedSymbols::Invalid);
+}
+
+TEST(DeflateSinglePass, AnotherDecoderReadsTheStreams) {
+    std::vector<Bytes> sources;
+    for (const SampleKind& kind : sampleKinds()) {
+        for (const std::size_t size : {0U, 1U, 2U, 3U, 4U, 5U, 8U, 259U, 260U, 261U, 262U, 1000U, 100000U}) {
+            sources.push_back(kind.make(size, 451));
+        }
+    }
+    for (CorpusFile& file : corpusFiles(100000)) sources.push_back(std::move(file.bytes));
+    for (const Bytes& source : sources) {
+        for (int i = 0; i < kBoth; ++i) {
+            for (const Sizes& sizes : {Sizes{32768, 65536}, Sizes{256, 256}, Sizes{1000, 777}}) {
+                Encoder encoder(sizes, bothCodes()[i], source.size() % 2 == 0 ? Guard::After : Guard::Before);
+                ASSERT_TRUE(encoder.encodesWhole(source));
+                ASSERT_EQ(oracle::zlibInflate(encoder.stream(), source.size()), source);
+                for (const Symbol& symbol : symbolsOf(encoder.stream())) {
+                    if (symbol.kind != Symbol::Kind::Match) continue;
+                    ASSERT_LT(symbol.distance, sizes.window);
+                    ASSERT_GE(symbol.length, 4U);
+                }
+            }
+        }
+    }
+}
+
+TEST(DeflateSinglePass, PreparedCodeOfTheDataItselfIsShorterThanTheFixedOne) {
+    for (const char* const name : {"text", "records", "low entropy"}) {
+        const Bytes source = sampleKind(name).make(50000, 452);
+        Encoder fixed({}, nullptr);
+        ASSERT_TRUE(fixed.encodesWhole(source));
+        const PreparedCode own(source);
+        Encoder dynamic({}, &own);
+        ASSERT_TRUE(dynamic.encodesWhole(source));
+        EXPECT_LT(dynamic.bits(), fixed.bits()) << name;
+        EXPECT_LT(fixed.bits(), 8 * source.size()) << name;
+        EXPECT_EQ(oracle::zlibInflate(dynamic.stream(), source.size()), source);
+    }
+}
+
+// The prepared header is written as it is, but for its first three bits, behind the bits that the caller has pending.
+TEST(DeflateSinglePass, HeaderFollowsThePendingBits) {
+    const Bytes source = sampleKind("text").make(500, 453);
+    Encoder encoder({}, &prepared());
+    ASSERT_TRUE(encoder.encodesWhole(source));
+    const Bytes stream = encoder.stream();
+    EXPECT_EQ(bitsAt(stream, 0, 3), 0b101U);
+    for (std::size_t bit = 3; bit < static_cast<std::size_t>(prepared().headerBits); ++bit) {
+        ASSERT_EQ(bitsAt(stream, bit, 1), bitsAt(prepared().header, bit, 1)) << "bit " << bit;
+    }
+}
+
+TEST(DeflateSinglePass, EveryNumberOfPendingBitsIsTaken) {
+    const Bytes source = sampleKind("text").make(700, 454);
+    Random random(455);
+    for (int i = 0; i < kBoth; ++i) {
+        Encoder whole({}, bothCodes()[i]);
+        ASSERT_TRUE(whole.encodesWhole(source));
+        const std::size_t size = whole.bits() - 3;
+        for (int32_t count = 0; count <= 16; ++count) {
+            std::vector<int32_t> head(4096, kEmpty);
+            const auto pending = static_cast<uint16_t>(random.below(uint64_t{1} << count));
+            const uint8_t* at = source.data();
+            int32_t left = 700;
+            int32_t index = 0;
+            int32_t written = 0;
+            uint16_t bits = pending;
+            int32_t bitCount = count;
+            Bytes target(2000);
+            const PreparedCode& code = prepared();
+            const Status status =
+                i == 0 ? ozrsDeflateLZ77Fastest_8u(&at, &left, &index, source.data(), 32768, head.data(), 4096, &bits,
+                                                   &bitCount, target.data(), 2000, &written, 2)
+                       : ozrsDeflateLZ77FastestPrecompHeader_8u(&at, &left, &index, source.data(), 32768, head.data(),
+                                                                4096, &bits, &bitCount, target.data(), 2000, &written,
+                                                                code.literals.data(), code.distances.data(),
+                                                                code.header.data(), code.headerBits, 2);
+            ASSERT_EQ(status, StatusOk);
+            const auto total = static_cast<std::size_t>(8 * written + bitCount);
+            ASSERT_EQ(total, size + static_cast<std::size_t>(count));
+            target[static_cast<std::size_t>(written)] = static_cast<uint8_t>(bits);
+            ASSERT_EQ(bitsAt(target, 0, static_cast<unsigned>(count)), pending);
+            const Bytes expected = whole.stream();
+            for (std::size_t bit = 0; bit < size; ++bit) {
+                ASSERT_EQ(bitsAt(target, bit + static_cast<std::size_t>(count), 1), bitsAt(expected, bit + 3, 1));
+            }
+        }
+    }
+}
+
+// --- Cuts -----------------------------------------------------------------------------------------------------------
+
+// How far the symbols of a stream's beginning go: what they decode to must be what was consumed.
+::testing::AssertionResult standsAtASymbol(const Encoder& encoder, ByteView source) {
+    const Bytes stream = encoder.stream();
+    BitReader reader(stream);
+    const auto header = readHeader(reader);
+    if (!header) {
+        return encoder.consumedInAll() == 0 ? ::testing::AssertionSuccess()
+                                            : ::testing::AssertionFailure() << "no header, but bytes consumed";
+    }
+    std::vector<Symbol> symbols = readSymbols(stream, reader.position(), header->codes, UnusedSymbols::Invalid);
+    // The last byte is filled up with zeros, which may look like symbols: only those in front of its end count.
+    Bytes output;
+    std::size_t end = reader.position();
+    for (const Symbol& symbol : symbols) {
+        if (symbol.end > encoder.bits()) break;
+        end = symbol.end;
+        execute({&symbol, 1}, output);
+    }
+    if (end != encoder.bits()) return ::testing::AssertionFailure() << "stands inside a symbol";
+    if (output.size() != encoder.consumedInAll() || !std::equal(output.begin(), output.end(), source.begin())) {
+        return ::testing::AssertionFailure()
+               << "symbols of " << output.size() << " bytes, consumed " << encoder.consumedInAll();
+    }
+    return ::testing::AssertionSuccess();
+}
+
+TEST(DeflateSinglePass, DestinationMayEndAtEveryByte) {
+    for (const char* const name : {"text", "mixed", "zeros", "random", "rare matches"}) {
+        const Bytes source = sampleKind(name).make(900, 456);
+        for (int i = 0; i < kBoth; ++i) {
+            Encoder whole({}, bothCodes()[i]);
+            ASSERT_TRUE(whole.encodesWhole(source));
+            const std::vector<Symbol> symbols = symbolsOf(whole.stream());
+            for (std::size_t room = 1; room <= whole.stream().size() + 2; ++room) {
+                SCOPED_TRACE(std::string(name) + ", room for " + std::to_string(room));
+                Encoder encoder({}, bothCodes()[i]);
+                ASSERT_TRUE(encoder.encodes(source, room, 2));
+                if (encoder.status() == StatusOk) {
+                    ASSERT_EQ(encoder.bits(), whole.bits());
+                    ASSERT_EQ(encoder.stream(), whole.stream());
+                    continue;
+                }
+                if (encoder.status() == StatusSizeError) {
+                    // The header does not fit.
+                    ASSERT_EQ(i, 1);
+                    ASSERT_LT(room, static_cast<std::size_t>(prepared().headerBits + 7) / 8);
+                } else {
+                    ASSERT_TRUE(standsAtASymbol(encoder, source));
+                    // The next symbol would not have fitted.
+                    const auto next = std::find_if(symbols.begin(), symbols.end(),
+                                                   [&](const Symbol& s) { return s.begin == encoder.bits(); });
+                    if (next != symbols.end()) {
+                        ASSERT_GT(next->end / 8, room);
+                    }
+                }
+                const ByteView rest = ByteView(source).subspan(encoder.consumedInAll());
+                ASSERT_TRUE(encoder.encodes(rest, 3000, 2));
+                ASSERT_EQ(encoder.status(), StatusOk);
+                ASSERT_EQ(encoder.bits(), whole.bits());
+                ASSERT_EQ(encoder.stream(), whole.stream());
+            }
+        }
+    }
+}
+
+TEST(DeflateSinglePass, CutsMakeNoDifferenceToTheStream) {
+    Random random(457);
+    for (int round = 0; round < 500; ++round) {
+        const auto kinds = sampleKinds();
+        const SampleKind& kind = kinds[random.below(kinds.size())];
+        const Bytes source = kind.make(random.below(6000), 458 + random.below(20));
+        const PreparedCode* const code = bothCodes()[random.below(2)];
+        const Sizes sizes{256 + random.below(random.oneIn(2) ? 3000 : 32513), std::size_t{1} << (8 + random.below(9))};
+        SCOPED_TRACE(std::string(kind.name) + ", round " + std::to_string(round));
+        Encoder whole(sizes, code);
+        ASSERT_TRUE(whole.encodesWhole(source));
+
+        Encoder encoder(sizes, code, random.oneIn(2) ? Guard::After : Guard::Before);
+        const uint64_t mostBytes = 1 + random.below(3000);
+        const uint64_t mostRoom = 1 + random.below(uint64_t{1} << random.below(12));
+        std::size_t given = 0;
+        std::size_t spare = 0;  // more and more room when nothing goes on
+        for (;;) {
+            given = std::min(source.size(), given + random.below(mostBytes + 1));
+            const bool last = given == source.size();
+            const int32_t flush = last ? 2 : static_cast<int32_t>(random.below(2));
+            const std::size_t consumed = encoder.consumedInAll();
+            ASSERT_TRUE(encoder.encodes(
+                ByteView(source).first(given).subspan(consumed), 1 + random.below(mostRoom) + spare, flush,
+                random.oneIn(2) ? HistoryPlace::InFront : HistoryPlace::Apart, random.below(10)));
+            if (encoder.status() == StatusOk && last) break;
+            if (encoder.status() != StatusOk) spare = encoder.consumedInAll() > consumed ? 0 : 2 * spare + 1;
+            ASSERT_LT(spare, 100000U);
+        }
+        ASSERT_EQ(encoder.bits(), whole.bits());
+        ASSERT_EQ(encoder.stream(), whole.stream());
+    }
+}
+
+// Without a final flush the last 260 bytes are left, and a call that can do nothing writes nothing, not even the
+// header.
+TEST(DeflateSinglePass, EndOfTheSourceIsLeftToTheNextCall) {
+    const Bytes source = sampleKind("text").make(2000, 459);
+    for (int i = 0; i < kBoth; ++i) {
+        for (const int32_t flush : {-1, 0, 1}) {
+            for (const std::size_t size : {0U, 1U, 259U, 260U, 261U, 262U, 700U, 2000U}) {
+                Encoder encoder({}, bothCodes()[i]);
+                ASSERT_TRUE(encoder.encodes(ByteView(source).first(size), 5000, flush));
+                ASSERT_EQ(encoder.status(), StatusOk);
+                if (size <= 260) {
+                    EXPECT_EQ(encoder.lastWritten(), 0);
+                    EXPECT_EQ(encoder.bits(), 3U);
+                    EXPECT_EQ(encoder.consumedInAll(), 0U);
+                } else {
+                    EXPECT_GE(encoder.consumedInAll(), size - 260);
+                    EXPECT_LE(encoder.consumedInAll(), size - 3);
+                    EXPECT_TRUE(standsAtASymbol(encoder, source));
+                }
+            }
+        }
+    }
+}
+
+// The block stays open until the final flush, which may come without any source left.
+TEST(DeflateSinglePass, FinalFlushMayComeAlone) {
+    const Bytes source = sampleKind("zeros").make(1 + 258 * 3, 460);
+    for (int i = 0; i < kBoth; ++i) {
+        Encoder encoder({}, bothCodes()[i]);
+        Bytes more = source;
+        more.resize(source.size() + 2);  // the last match reaches up to the last bytes, which are left
+        ASSERT_TRUE(encoder.encodes(more, 2000, 0));
+        const std::size_t consumed = encoder.consumedInAll();
+        ASSERT_GT(consumed, 500U);
+        ASSERT_TRUE(encoder.encodes({}, 2000, 2));
+        ASSERT_EQ(encoder.status(), StatusOk);
+        EXPECT_EQ(oracle::zlibInflate(encoder.stream(), consumed), Bytes(consumed, 0));
+
+        Encoder empty({}, bothCodes()[i]);
+        ASSERT_TRUE(empty.encodes({}, 2000, 2));
+        EXPECT_EQ(oracle::zlibInflate(empty.stream(), 10), Bytes{});
+    }
+}
+
+// --- Statistics -----------------------------------------------------------------------------------------------------
+
+TEST(DeflateSinglePass, StatisticsCountWhatTheEncodersWrite) {
+    Random random(461);
+    for (int round = 0; round < 200; ++round) {
+        const auto kinds = sampleKinds();
+        const SampleKind& kind = kinds[random.below(kinds.size())];
+        const Bytes source = kind.make(random.below(20000), 462 + random.below(20));
+        const Sizes sizes{256 + random.below(32513), 256 + random.below(65281)};
+        Encoder encoder(sizes, bothCodes()[round % 2]);
+        ASSERT_TRUE(encoder.encodesWhole(source));
+        std::vector<uint32_t> literalCounts(286, 7);
+        std::vector<uint32_t> distanceCounts(30, 9);
+        for (const Symbol& symbol : symbolsOf(encoder.stream())) {
+            if (symbol.kind == Symbol::Kind::Literal) ++literalCounts[symbol.literal];
+            if (symbol.kind == Symbol::Kind::Match) {
+                ++literalCounts[kFirstLength + lengthCode(symbol.length)];
+                ++distanceCounts[distanceCode(symbol.distance)];
+            }
+        }
+
+        // Counted in pieces of the source.
+        GuardedArena sourceMemory(Guard::After);
+        GuardedArena windowMemory(Guard::After);
+        std::vector<int32_t> head(sizes.hashes, kEmpty);
+        std::vector<uint32_t> ourLiterals(286, 7);
+        std::vector<uint32_t> ourDistances(30, 9);
+        int32_t index = 0;
+        for (std::size_t consumed = 0, given = 0; given < source.size() || consumed < given;) {
+            given = std::min(source.size(), given + random.below(8000));
+            const std::span<uint8_t> bytes = sourceMemory.take(ByteView(source).first(given).subspan(consumed));
+            const std::size_t held = std::min(consumed, sizes.window);
+            const std::span<uint8_t> window = windowMemory.take(ByteView(source).first(consumed).last(held));
+            const uint8_t* at = bytes.data();
+            auto left = static_cast<int32_t>(bytes.size());
+            ASSERT_EQ(
+                ozrsDeflateLZ77FastestGetStat_8u(&at, &left, &index, window.data(), static_cast<int32_t>(sizes.window),
+                                                 head.data(), static_cast<int32_t>(sizes.hashes), ourLiterals.data(),
+                                                 ourDistances.data(), given == source.size() ? 2 : 0),
+                StatusOk);
+            consumed += static_cast<std::size_t>(at - bytes.data());
+            ASSERT_EQ(static_cast<std::size_t>(left), given - consumed);
+            ASSERT_EQ(static_cast<std::size_t>(index), consumed);
+        }
+        ASSERT_EQ(ourLiterals, literalCounts) << kind.name;
+        ASSERT_EQ(ourDistances, distanceCounts) << kind.name;
+    }
+}
+
+TEST(DeflateSinglePass, StatisticsLeaveTheEndOfTheSource) {
+    const Bytes source(1000, 0);
+    for (std::size_t size = 250; size < 270; ++size) {
+        std::vector<int32_t> head(256, kEmpty);
+        std::vector<uint32_t> literals(286);
+        std::vector<uint32_t> distances(30);
+        const uint8_t* at = source.data();
+        auto left = static_cast<int32_t>(size);
+        int32_t index = 0;
+        ASSERT_EQ(ozrsDeflateLZ77FastestGetStat_8u(&at, &left, &index, source.data(), 256, head.data(), 256,
+                                                   literals.data(), distances.data(), 1),
+                  StatusOk);
+        EXPECT_EQ(at == source.data(), size <= 260) << size;
+    }
+    // No source is no error.
+    for (const int32_t size : {0, -1, INT32_MIN}) {
+        int32_t head = 5;
+        const uint8_t* at = source.data();
+        int32_t left = size;
+        int32_t index = 0;
+        std::vector<uint32_t> literals(286);
+        std::vector<uint32_t> distances(30);
+        std::vector<int32_t> table(256, head);
+        EXPECT_EQ(ozrsDeflateLZ77FastestGetStat_8u(&at, &left, &index, source.data(), 256, table.data(), 256,
+                                                   literals.data(), distances.data(), 2),
+                  StatusOk);
+        EXPECT_EQ(left, size);
+        EXPECT_EQ(literals, std::vector<uint32_t>(286));
+        EXPECT_EQ(table, std::vector<int32_t>(256, 5));
+    }
+}
+
+// --- Indexes and tables ---------------------------------------------------------------------------------------------
+
+TEST(DeflateSinglePass, IndexesAreLoweredBeforeTheyRunOut) {
+    Random random(463);
+    const Bytes before = sampleKind("mixed").make(1024, 464);
+    const Bytes source = sampleKind("mixed").make(3000, 464);
+    const int64_t edge = 0x7FFFFFFF - 2 * std::ssize(source) - 1024;
+    for (const int64_t index : {edge - 1, edge, edge + 1, int64_t{0x7FFFFFFF} - 3001}) {
+        Encoder encoder({1024, 4096}, nullptr);
+        encoder.startAt(index, before);
+        for (int i = 0; i < 4096; ++i) encoder.hashes()[i] = static_cast<int32_t>(index - random.between(0, 1023));
+        ASSERT_TRUE(encoder.encodesWhole(source));
+        EXPECT_EQ(encoder.index(), index < edge ? index + 3000 : 1024 + 3000);
+        EXPECT_EQ(oracle::zlibInflate(encoder.stream(), source.size(), before), source);
+    }
+}
+
+TEST(DeflateSinglePass, GarbageInTheTableDoesNoHarm) {
+    Random random(465);
+    for (int round = 0; round < 300; ++round) {
+        const auto kinds = sampleKinds();
+        const Bytes source = kinds[random.below(kinds.size())].make(random.below(3000), 466);
+        const Sizes sizes{256 + random.below(5000), 256 + random.below(3000)};
+        const auto index = static_cast<int64_t>(random.oneIn(3) ? 0 : random.below(20000));
+        const Bytes before = sampleKind("mixed").make(static_cast<std::size_t>(index), 467);
+        Encoder encoder(sizes, nullptr, random.oneIn(2) ? Guard::After : Guard::Before);
+        encoder.startAt(index, before);
+        for (std::size_t i = 0; i < sizes.hashes; ++i) {
+            encoder.hashes()[i] = static_cast<int32_t>(random.oneIn(2) ? static_cast<int64_t>(random.next())
+                                                                       : index + random.between(-6000, 4000));
+        }
+        const auto place = random.oneIn(2) ? HistoryPlace::InFront : HistoryPlace::Apart;
+        ASSERT_TRUE(encoder.encodes(source, 2 * source.size() + 400, 2, place));
+        ASSERT_EQ(encoder.status(), StatusOk);
+        const ByteView window =
+            ByteView(before).last(std::min(before.size(), std::min<std::size_t>(sizes.window, 32768)));
+        ASSERT_EQ(oracle::zlibInflate(encoder.stream(), source.size(), window), source) << "round " << round;
+    }
+}
+
+}  // namespace
+}  // namespace ozrdc::test::deflate

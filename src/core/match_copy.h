@@ -13,21 +13,33 @@
 #include <array>
 #include <cstdint>
 
+#include "core/opaque.h"
 #include "core/unaligned.h"
 
 namespace ozrdc {
 
-// Offsets below this need the pattern.
+// How a copy proceeds: in `kUnit` bytes at a time, `kHead` bytes without a look at the length, because a mispredicted
+// branch costs more than the copy, then `kStep` bytes again and again. Offsets below `kUnit` need the pattern.
+template <unsigned kUnit, unsigned kHead, unsigned kStep>
+struct CopyShape {
+    static constexpr unsigned unit = kUnit;
+    static constexpr unsigned head = kHead;
+    static constexpr unsigned step = kStep;
+    static_assert(kUnit == 8 || kUnit == 16);
+    static_assert(kHead % kUnit == 0 && kStep % kUnit == 0);
+
+    // How far a copy may write past the end of a match, which is one byte long at least.
+    static constexpr unsigned overwrite = (kHead > kStep ? kHead : kStep) - 1;
+    static_assert(overwrite >= 15);
+};
+
+// For matches that are often long or repeat what is near.
+using WideCopy = CopyShape<16, 48, 32>;
+// For matches that are mostly short, and come from anywhere.
+using ShortCopy = CopyShape<8, 24, 16>;
+
+// Offsets below this need the pattern at 16 bytes a unit.
 constexpr unsigned kWideOffset = 16;
-
-// What `copyMatchFast` copies without a look at the length, because a mispredicted branch costs more than the copy, and
-// the unit of what follows.
-constexpr unsigned kMatchHead = 48;
-constexpr unsigned kMatchUnit = 32;
-
-// How far `copyMatchFast` may write past the end of a match, which is one byte long at least.
-constexpr unsigned kMatchOverwrite = kMatchHead - 1;
-static_assert(kMatchOverwrite >= kMatchUnit - 1);
 
 namespace detail {
 
@@ -69,15 +81,18 @@ static_assert(kShortMatch <= 16 + detail::kLeastStep);  // two stores cover it
     store128(dst + p.step, pattern);
 }
 
-// Copies a match; may read and write up to `kMatchOverwrite` bytes past its end.
+// Copies a match; may read and write up to `Shape::overwrite` bytes past its end.
+template <class Shape>
 [[gnu::always_inline]] inline void copyMatchFast(uint8_t* dst, uint64_t offset, uint64_t length) noexcept {
     uint8_t* const end = dst + length;
-    if (offset >= kWideOffset) [[likely]] {
+    if (offset >= Shape::unit) [[likely]] {
         const uint8_t* src = dst - offset;
-        copyBlock<kMatchHead>(dst, src);
-        dst += kMatchHead;
-        src += kMatchHead;
-        for (; dst < end; dst += kMatchUnit, src += kMatchUnit) copyBlock<kMatchUnit>(dst, src);
+        copyUnits<Shape::unit, Shape::head>(dst, src);
+        dst += Shape::head;
+        src += Shape::head;
+        // Opaque, so that the compiler does not look for a wider way.
+        for (; dst < end; dst += Shape::step, src = opaque(src + Shape::step))
+            copyUnits<Shape::unit, Shape::step>(dst, src);
         return;
     }
     if (offset == 0) return;
@@ -93,10 +108,10 @@ static_assert(kShortMatch <= 16 + detail::kLeastStep);  // two stores cover it
 inline void copyMatchExact(uint8_t* dst, uint64_t offset, uint64_t length) noexcept {
     if (offset == 0) return;
     uint8_t* const end = dst + length;
-    if (length > kMatchOverwrite) {
+    if (length > WideCopy::overwrite) {
         // All but the last bytes, so that the bytes written too many still belong to the match.
-        const uint64_t fast = length - kMatchOverwrite;
-        copyMatchFast(dst, offset, fast);
+        const uint64_t fast = length - WideCopy::overwrite;
+        copyMatchFast<WideCopy>(dst, offset, fast);
         dst += fast;
     }
     if (offset >= 8) {

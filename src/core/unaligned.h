@@ -36,23 +36,32 @@ template <typename Word>
     _mm_storeu_si128(static_cast<__m128i_u*>(p), v);
 }
 
-// Copies exactly N bytes: 2, 4, 8, or a multiple of 16. The units are copied in order, each loaded after the one before
-// it was stored, so that the source may also lie N or 16 bytes in front of the destination, whichever is less: copies
-// of matches rely on it.
-template <unsigned N>
-[[gnu::always_inline]] inline void copyBlock(void* dst, const void* src) noexcept {
-    static_assert(N == 2 || N == 4 || N == 8 || N % 16 == 0);
-    if constexpr (N == 2) {
-        store16(dst, load16(src));
-    } else if constexpr (N == 4) {
-        store32(dst, load32(src));
-    } else if constexpr (N == 8) {
-        store64(dst, load64(src));
-    } else {
-        for (unsigned i = 0; i < N; i += 16) {
-            store128(static_cast<uint8_t*>(dst) + i, load128(static_cast<const uint8_t*>(src) + i));
+// Copies exactly N bytes, a multiple of kUnit: 2, 4, 8 or 16. The units are copied in order, each loaded after the one
+// before it was stored, so that the source may also lie kUnit bytes or more in front of the destination: copies of
+// matches rely on it.
+template <unsigned kUnit, unsigned N>
+[[gnu::always_inline]] inline void copyUnits(void* dst, const void* src) noexcept {
+    static_assert(kUnit == 2 || kUnit == 4 || kUnit == 8 || kUnit == 16);
+    static_assert(N % kUnit == 0);
+    auto* const to = static_cast<uint8_t*>(dst);
+    const auto* const from = static_cast<const uint8_t*>(src);
+    for (unsigned i = 0; i < N; i += kUnit) {
+        if constexpr (kUnit == 2) {
+            store16(to + i, load16(from + i));
+        } else if constexpr (kUnit == 4) {
+            store32(to + i, load32(from + i));
+        } else if constexpr (kUnit == 8) {
+            store64(to + i, load64(from + i));
+        } else {
+            store128(to + i, load128(from + i));
         }
     }
+}
+
+// The same in the widest unit that fits.
+template <unsigned N>
+[[gnu::always_inline]] inline void copyBlock(void* dst, const void* src) noexcept {
+    copyUnits<(N < 16 ? N : 16), N>(dst, src);
 }
 
 }  // namespace ozrdc

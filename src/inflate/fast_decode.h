@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "core/match_copy.h"
+#include "core/opaque.h"
 #include "core/unaligned.h"
 #include "inflate/lookup.h"
 #include "inflate/stream.h"
@@ -39,8 +40,9 @@ static_assert(kRefill >= kLitLenRootBits + kMaxLengthExtraBits);
 static_assert(kRefill - deflate::kMaxCodeLength >= kBitsAtSymbol);  // a literal with a long code
 static_assert(kRefill - (deflate::kMaxCodeLength - kDistRootBits + kMaxDistExtraBits) >= kBitsAtSymbol);
 
-// A pass takes at most this many bits in front of its last refill, which loads 8 bytes, the first perhaps in part.
-constexpr unsigned kPassBits = 2 * kLitLenRootBits + deflate::kMaxCodeLength + kMaxLengthExtraBits + kDistRootBits;
+// A pass takes at most this many bits in front of its last refill, which loads 8 bytes, the first perhaps in part: two
+// literals, and a length and a distance with links. Entries that were never built count too.
+constexpr unsigned kPassBits = 3 * entry::kMaxBitsToTake + kLitLenRootBits + kDistRootBits;
 constexpr ptrdiff_t kSourceMargin = (kPassBits + 7) / 8 + 8;
 
 // A pass stores three literals and a match at most.
@@ -53,12 +55,12 @@ enum class Room { kAmple, kScarce };
 template <Room kRoom>
 constexpr ptrdiff_t kDestinationMargin = kLiterals;
 template <>
-inline constexpr ptrdiff_t kDestinationMargin<Room::kAmple> = kLiterals + deflate::kMaxMatch + kMatchOverwrite;
+inline constexpr ptrdiff_t kDestinationMargin<Room::kAmple> = kLiterals + deflate::kMaxMatch + ShortCopy::overwrite;
 
 // Masks of the low bits.
 constexpr auto MaskBits = [] {
-    std::array<uint64_t, 64> masks{};
-    for (unsigned n = 0; n < 64; ++n) masks[n] = (uint64_t{1} << n) - 1;
+    std::array<uint64_t, kFront + entry::kMaxBitsToTake + 1> masks{};
+    for (unsigned n = 0; n < masks.size(); ++n) masks[n] = (uint64_t{1} << n) - 1;
     return masks;
 }();
 
@@ -77,15 +79,31 @@ class BitCursor {
         bits_ >>= n;
         front_ += n;
     }
+    // Takes what an entry says.
+    [[gnu::always_inline]] void take(Entry e) noexcept {
+        bits_ = behind(bits_, e);
+        front_ += entry::bitsToTake(e);
+    }
+    // What a shift by all of the entry leaves: the processor looks at the low six bits only, and of an entry that was
+    // built these are the bits to take.
+    [[gnu::always_inline]] static uint64_t behind(uint64_t bits, Entry e) noexcept { return bits >> (e & 63); }
     // The entry of a table that the next `n` bits lead to.
     [[gnu::always_inline]] [[nodiscard]] Entry lookUp(const Entry* table, unsigned n) const noexcept {
         return load32(reinterpret_cast<const uint8_t*>(table) + (bits_ & MaskBits[n] << kFront));
     }
+    // The same, where an entry links to.
+    template <size_t kSize>
+    [[nodiscard]] Entry lookUp(const std::array<Entry, kSize>& table, Entry link) const noexcept {
+        const size_t index = entry::linkedIndex(link) + (bits_ >> kFront & MaskBits[entry::linkedBits(link)]);
+        return index < kSize ? table[index] : Entry{entry::kInvalid};
+    }
     // What the extra bits behind an entry's code add.
     [[gnu::always_inline]] [[nodiscard]] uint64_t extra(Entry e) const noexcept {
-        return (bits_ & MaskBits[entry::bitsToTake(e) + kFront]) >> (entry::codeBits(e) + kFront);
+        return (bits_ & MaskBits[entry::bitsToTake(e) + kFront]) >> entry::codeBits(e) >> kFront;
     }
-    [[gnu::always_inline]] [[nodiscard]] uint64_t position() const noexcept { return front_ + kFront; }
+    // The position, less the bits in front.
+    [[gnu::always_inline]] [[nodiscard]] uint64_t front() const noexcept { return front_; }
+    void goTo(uint64_t front) noexcept { front_ = front; }
 
   private:
     const uint8_t* base_;
@@ -95,26 +113,25 @@ class BitCursor {
 
 template <Room kRoom>
 void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
-    const Entry* const litLen = tables.litLen.data();
-    const Entry* const dist = tables.dist.data();
     BitCursor in(source.begin, source.position());
-    const uint64_t limit = static_cast<uint64_t>(source.end - source.begin - kSourceMargin) * 8;
+    const uint64_t limit = static_cast<uint64_t>(source.end - source.begin - kSourceMargin) * 8 - kFront;
     uint8_t* op = output.op;
     uint8_t* const opLimit = output.end - kDestinationMargin<kRoom>;
     const uintptr_t lowest = history.lowest;
 
-    const auto nextLitLen = [&]() __attribute__((always_inline)) { return in.lookUp(litLen, kLitLenRootBits); };
+    const auto nextLitLen = [&]() __attribute__((always_inline)) {
+        return in.lookUp(tables.litLen.data(), kLitLenRootBits);
+    };
     const auto putLiteral = [&](Entry e) __attribute__((always_inline)) {
-        in.drop(entry::bitsToTake(e));
+        in.take(e);
         *op++ = entry::literal(e);
     };
 
     in.refill(in.fresh());
     Entry e = nextLitLen();
-    uint64_t symbolStart = in.position();
-    while (in.position() <= limit && op <= opLimit) {
+    while (in.front() <= limit && op <= opLimit) {
         if (e & entry::kLiteral) {
-            const uint64_t fresh = in.fresh() >> entry::bitsToTake(e);
+            const uint64_t fresh = BitCursor::behind(in.fresh(), e);
             putLiteral(e);
             e = nextLitLen();
             in.refill(fresh);
@@ -124,59 +141,68 @@ void decodeFast(const GeneralLayout& tables, Source& source, Output& output, con
                 if (e & entry::kLiteral) {
                     putLiteral(e);
                     e = nextLitLen();
-                    symbolStart = in.position();
                     continue;
                 }
             }
         }
-        symbolStart = in.position();
+
+        // A length, most likely. Whatever else it is, and whatever is wrong with its distance, the careful loop will
+        // find again from here.
+        const uint64_t start = in.front();
         uint64_t length = entry::length(e);
         uint64_t fresh = in.fresh();
         if (!(e & entry::kLength)) [[unlikely]] {
             in.refill(fresh);
             if (entry::sort(e) == entry::kLink) {
                 in.drop(kLitLenRootBits);
-                e = in.lookUp(litLen + entry::linkedIndex(e), entry::codeBits(e));
+                e = in.lookUp(tables.litLen, e);
                 if (e & entry::kLiteral) {
                     putLiteral(e);
                     e = nextLitLen();
-                    symbolStart = in.position();
                     continue;
                 }
             }
-            if (entry::sort(e) != entry::kLongLength && entry::sort(e) != entry::kLength) break;
+            if (entry::sort(e) != entry::kLongLength && entry::sort(e) != entry::kLength) {
+                in.goTo(start);
+                break;
+            }
             length = entry::length(e) + in.extra(e);
-            in.drop(entry::bitsToTake(e));
+            in.take(e);
             fresh = in.fresh();
-            e = 0;  // taken
+            e = 0;  // nothing more to take
         }
-        fresh >>= entry::bitsToTake(e);
-        in.drop(entry::bitsToTake(e));
-        Entry d = in.lookUp(dist, kDistRootBits);
+        fresh = BitCursor::behind(fresh, e);
+        in.take(e);
+        Entry d = in.lookUp(tables.dist.data(), kDistRootBits);
         in.refill(fresh);
         if (!(d & entry::kDistance)) [[unlikely]] {
-            if (entry::sort(d) != entry::kLink) break;
+            if (entry::sort(d) != entry::kLink) {
+                in.goTo(start);
+                break;
+            }
             in.drop(kDistRootBits);
-            d = in.lookUp(dist + entry::linkedIndex(d), entry::codeBits(d));
-            if (!(d & entry::kDistance)) break;
+            d = in.lookUp(tables.dist, d);
             in.refill(in.fresh());
         }
+        d = opaque(d);  // keeps the compiler from preparing what follows twice, once for each way here
         const uint64_t distance = entry::baseDistance(d) + in.extra(d);
-        in.drop(entry::bitsToTake(d));
+        const bool fits = kRoom == Room::kAmple || length <= static_cast<uint64_t>(output.end - op);
+        in.take(d);
         e = nextLitLen();
-        if (kRoom == Room::kScarce && length > static_cast<uint64_t>(output.end - op)) break;
-        if (distance > reinterpret_cast<uintptr_t>(op) - lowest) [[unlikely]] {
-            if (!history.reaches(op, distance)) break;
+        if (distance - 1 >= reinterpret_cast<uintptr_t>(op) - lowest || !fits) [[unlikely]] {
+            if (!(d & entry::kDistance) || !fits || !history.reaches(op, distance)) {
+                in.goTo(start);
+                break;
+            }
             history.copyExact(op, distance, length);
         } else if constexpr (kRoom == Room::kAmple) {
-            copyMatchFast(op, distance, length);
+            copyMatchFast<ShortCopy>(op, distance, length);
         } else {
             copyMatchExact(op, distance, length);
         }
         op += length;
-        symbolStart = in.position();
     }
-    source.moveTo(symbolStart);
+    source.moveTo(in.front() + kFront);
     output.op = op;
 }
 

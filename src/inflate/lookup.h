@@ -26,27 +26,25 @@ class GeneralTables {
 
     [[nodiscard]] Symbol litLen(uint64_t bits) const noexcept {
         const auto [e, before] = find<kLitLenRootBits>(layout_->litLen, bits);
-        if (e & entry::kLiteral) return {Symbol::kLiteral, before + entry::bitsToTake(e), entry::literal(e), 0};
-        const unsigned codeBits = entry::codeBits(e);
-        Symbol symbol{Symbol::kMatch, before + codeBits, entry::length(e), (entry::bitsToTake(e) - codeBits) & 15};
-        if (e & entry::kLength) {
-            // The extra bits are taken apart from the code here, and may not even be there yet.
-            symbol.value -= static_cast<uint32_t>(bits >> symbol.codeBits) & ((1U << symbol.extraBits) - 1);
-        } else if (entry::sort(e) == entry::kEndOfBlock) {
-            symbol.kind = Symbol::kEndOfBlock;
-        } else if (entry::sort(e) != entry::kLongLength) {
-            symbol.kind = Symbol::kInvalid;
-        }
-        return symbol;
+        if (e & entry::kLiteral) return {Symbol::kLiteral, before + bitsToTake(e), entry::literal(e), 0};
+        const unsigned codeBits = before + entry::codeBits(e);
+        const auto length = static_cast<uint32_t>(entry::length(e));
+        // The extra bits are taken apart from the code here, and may not even be there yet.
+        const unsigned inIndex = static_cast<uint32_t>(bits >> codeBits) & ((1U << extraBits(e)) - 1);
+        if (e & entry::kLength) return {Symbol::kMatch, codeBits, length - inIndex, extraBits(e)};
+        if (entry::sort(e) == entry::kLongLength) return {Symbol::kMatch, codeBits, length, extraBits(e)};
+        return {entry::sort(e) == entry::kEndOfBlock ? Symbol::kEndOfBlock : Symbol::kInvalid, codeBits, 0, 0};
     }
     [[nodiscard]] Symbol dist(uint64_t bits) const noexcept {
         const auto [e, before] = find<kDistRootBits>(layout_->dist, bits);
-        const unsigned codeBits = entry::codeBits(e);
-        return {e & entry::kDistance ? Symbol::kMatch : Symbol::kInvalid, before + codeBits, entry::baseDistance(e),
-                (entry::bitsToTake(e) - codeBits) & 15};
+        return {e & entry::kDistance ? Symbol::kMatch : Symbol::kInvalid, before + entry::codeBits(e),
+                entry::baseDistance(e), extraBits(e)};
     }
 
   private:
+    static unsigned bitsToTake(Entry e) noexcept { return static_cast<unsigned>(entry::bitsToTake(e)); }
+    static unsigned extraBits(Entry e) noexcept { return (bitsToTake(e) - entry::codeBits(e)) & 15; }
+
     struct Found {
         Entry entry;
         unsigned before;  // bits of the code in front of the entry's level
@@ -56,7 +54,7 @@ class GeneralTables {
     static Found find(const std::array<Entry, kSize>& table, uint64_t bits) noexcept {
         const Entry e = table[bits & ((1U << kRootBits) - 1)];
         if (entry::sort(e) != entry::kLink) return {e, 0};
-        const size_t index = entry::linkedIndex(e) + (bits >> kRootBits & ((1U << entry::codeBits(e)) - 1));
+        const size_t index = entry::linkedIndex(e) + (bits >> kRootBits & ((1U << entry::linkedBits(e)) - 1));
         return {index < kSize ? table[index] : Entry{entry::kInvalid}, kRootBits};
     }
 

@@ -70,10 +70,15 @@ constexpr unsigned kDistanceShift = 17;
 constexpr unsigned kLinkShift = 20;
 constexpr unsigned kLengthShift = 24;
 
-constexpr unsigned bitsToTake(Entry e) noexcept { return e & 63; }
+// The bits to take are 28 at most; the mask bounds those of entries that were never built.
+constexpr unsigned kMaxBitsToTake = 31;
+static_assert(deflate::kMaxCodeLength + kMaxDistExtraBits <= kMaxBitsToTake);
+
+constexpr uint64_t bitsToTake(Entry e) noexcept { return e & kMaxBitsToTake; }
 constexpr unsigned codeBits(Entry e) noexcept { return e >> kCodeBitsShift & 63; }
+constexpr unsigned linkedBits(Entry e) noexcept { return e >> kCodeBitsShift & 7; }
 constexpr uint8_t literal(Entry e) noexcept { return static_cast<uint8_t>(e >> kLiteralShift); }
-constexpr unsigned length(Entry e) noexcept { return deflate::kMinMatch + (e >> kLengthShift); }
+constexpr uint64_t length(Entry e) noexcept { return deflate::kMinMatch + uint64_t{e >> kLengthShift}; }
 constexpr unsigned baseDistance(Entry e) noexcept { return e >> kDistanceShift; }
 constexpr size_t linkedIndex(Entry e) noexcept { return e >> kLinkShift; }
 constexpr Sort sort(Entry e) noexcept { return static_cast<Sort>(e & kSortMask); }

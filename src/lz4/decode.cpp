@@ -46,7 +46,7 @@ static_assert(kMediumLiterals + kShortMatchWritten <= kDestinationMargin);
 // inside both margins.
 constexpr uint64_t kLongLiterals = 48;
 static_assert(kLongLiterals <= kNibbleMax + kSourceMarginWithHistory + 1 && kLongLiterals <= kDestinationMargin);
-static_assert(kMatchOverwrite < kDestinationMargin);
+static_assert(WideCopy::overwrite < kDestinationMargin);
 
 // The bytes behind literals that the fast loop reads before it looks at the source's end again: an offset and a token.
 constexpr int64_t kOffsetAndToken = 3;
@@ -213,8 +213,8 @@ template <class History>
         const uint64_t copied = copyFromElsewhere(history, op, match.offset, length);
         // A match that lies in the dictionary whole has no source in the destination: nothing may be read there.
         if (copied < length) {
-            if (room - copied >= kMatchOverwrite + length) {
-                copyMatchFast(op + copied, match.offset, length - copied);
+            if (room - copied >= WideCopy::overwrite + length) {
+                copyMatchFast<WideCopy>(op + copied, match.offset, length - copied);
             } else {
                 copyMatchExact(op + copied, match.offset, length - copied);
             }
@@ -303,7 +303,7 @@ Outcome decode(const Source src, const Destination dst, const History history) n
             return decodeCarefully(src, dst, history, ip, op, match);
         }
         const uint64_t copied = copyFromElsewhere(history, op, match.offset, match.length);
-        if (copied < match.length) copyMatchFast(op + copied, match.offset, match.length - copied);
+        if (copied < match.length) copyMatchFast<WideCopy>(op + copied, match.offset, match.length - copied);
         op += match.length;
         token = nextToken;
     } while (ip < ipFast && op < opFast);

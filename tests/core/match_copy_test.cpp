@@ -37,13 +37,19 @@ TEST(MatchCopy, ExactCopyEqualsAByteWiseCopyAndTouchesNothingElse) {
     }
 }
 
-TEST(MatchCopy, FastCopyEqualsAByteWiseCopyAndStaysInsideItsMargin) {
+template <class Shape>
+void expectFastCopies() {
     for (std::size_t offset = 1; offset <= 70; ++offset) {
         for (std::size_t length = 1; length <= 300; ++length) {
-            expectCopies(offset, length, kMatchOverwrite,
-                         [](uint8_t* dst, uint64_t o, uint64_t n) { copyMatchFast(dst, o, n); });
+            expectCopies(offset, length, Shape::overwrite,
+                         [](uint8_t* dst, uint64_t o, uint64_t n) { copyMatchFast<Shape>(dst, o, n); });
         }
     }
+}
+
+TEST(MatchCopy, FastCopyEqualsAByteWiseCopyAndStaysInsideItsMargin) {
+    expectFastCopies<WideCopy>();
+    expectFastCopies<ShortCopy>();
 }
 
 TEST(MatchCopy, ShortPatternCopyEqualsAByteWiseCopy) {
@@ -61,8 +67,8 @@ TEST(MatchCopy, OffsetZeroLeavesWhatStandsInFrontAlone) {
         GuardedBuffer memory(length, Guard::After);
         copyMatchExact(memory.data(), 0, length);
         EXPECT_TRUE(memory.slackIntact());
-        GuardedBuffer withMargin(length + kMatchOverwrite, Guard::After);
-        copyMatchFast(withMargin.data(), 0, length);
+        GuardedBuffer withMargin(length + WideCopy::overwrite, Guard::After);
+        copyMatchFast<WideCopy>(withMargin.data(), 0, length);
         EXPECT_TRUE(withMargin.slackIntact());
     }
     GuardedBuffer memory(kShortMatchWritten, Guard::After);

@@ -14,8 +14,6 @@ using ::testing::HasSubstr;
 constexpr uint64_t kZeros = (uint64_t{4} << 30) + 12345;
 constexpr long kMaxResidentKilobytes = 400'000;  // a tenth of the file; sanitizers need most of it
 
-class LargeFile : public Workspace {};
-
 // Reads a pipe to its end: true if it gives `kZeros` zeros and then `tail`.
 bool givesZerosAndTail(int pipe, const std::string& tail) {
     std::vector<char> piece(1 << 20);
@@ -33,7 +31,12 @@ bool givesZerosAndTail(int pipe, const std::string& tail) {
     return end == tail;
 }
 
-TEST_F(LargeFile, GoesThroughUnharmedInBoundedMemory) {
+class LargeFile : public Workspace {
+  protected:
+    void goThrough(const std::vector<std::string>& options, const std::string& suffix) const;
+};
+
+void LargeFile::goThrough(const std::vector<std::string>& options, const std::string& suffix) const {
     const std::string tail = sample("mixed", 100'000);
     const std::string name = path("large").string();
     const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -41,14 +44,17 @@ TEST_F(LargeFile, GoesThroughUnharmedInBoundedMemory) {
     ASSERT_EQ(pwrite(file, tail.data(), tail.size(), static_cast<off_t>(kZeros)), static_cast<ssize_t>(tail.size()));
     close(file);
 
-    const Result packed = ozrz({"--content-size", "-T2", "large"});
+    std::vector<std::string> arguments = options;
+    arguments.insert(arguments.end(), {"-T2", "large"});
+    const Result packed = ozrz(arguments);
     ASSERT_EQ(packed.exitCode, 0) << packed.err;
     EXPECT_LT(packed.maxResidentKilobytes, kMaxResidentKilobytes);
-    EXPECT_THAT(ozrz({"-l", "large.lz4"}).out, HasSubstr(std::to_string(kZeros + tail.size()) + " "));
+    EXPECT_THAT(ozrz({"-l", "large" + suffix}).out, HasSubstr(std::to_string(kZeros + tail.size()) + " "));
 
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    RunningProcess process(ozrzCommand({"-dc", "-T2", "large.lz4"}), {.directory = path("."), .input = {}}, ends[1]);
+    RunningProcess process(ozrzCommand({"-dc", "-T2", "large" + suffix}), {.directory = path("."), .input = {}},
+                           ends[1]);
     close(ends[1]);
     EXPECT_TRUE(givesZerosAndTail(ends[0], tail));
     close(ends[0]);
@@ -56,6 +62,10 @@ TEST_F(LargeFile, GoesThroughUnharmedInBoundedMemory) {
     EXPECT_EQ(restored.exitCode, 0);
     EXPECT_LT(restored.maxResidentKilobytes, kMaxResidentKilobytes);
 }
+
+TEST_F(LargeFile, GoesThroughLz4UnharmedInBoundedMemory) { goThrough({"--content-size"}, ".lz4"); }
+
+TEST_F(LargeFile, GoesThroughGzipUnharmedInBoundedMemory) { goThrough({"-F", "gzip", "-1"}, ".gz"); }
 
 }  // namespace
 }  // namespace ozrz::test

@@ -38,7 +38,7 @@ class GzipFormat final : public Format {
     const FormatDescription& description() const override { return description_; }
 
     void addOptions(CLI::App& app) override {
-        app.add_flag("-n,--no-name{false}", storeName_, "store neither name nor time of the file")
+        app.add_flag("-n{false},--no-name{false}", storeName_, "store neither name nor time of the file")
             ->group("Options for gzip");
     }
 

@@ -63,10 +63,6 @@ std::size_t CheckedDecoder::bytesLeft() const {
     return bytes - copied_;
 }
 
-unsigned expectedKind(const BlockCodes& codes) {
-    return deflate::longest(codes.literals) <= 11 && deflate::longest(codes.distances) <= 10 ? 2 : 1;
-}
-
 deflate::UnusedSymbols unusedSymbols(const BlockCodes& codes, Tables tables) {
     return tables == Tables::Built && expectedKind(codes) == 2 ? deflate::UnusedSymbols::LiteralZero
                                                                : deflate::UnusedSymbols::Invalid;

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "inflate/code_verdict.h"
 #include "ozrdc.h"
 #include "support/deflate_format.h"
 #include "support/guarded_buffer.h"
@@ -110,9 +111,6 @@ class CheckedDecoder {
     GuardedBuffer stateMemory_;
     InflateState* state_;
 };
-
-// The tables of a block as the library makes them: true if the status and the kind are the expected ones.
-unsigned expectedKind(const BlockCodes& codes);
 
 // What symbols 286 and 287 are in tables of this sort.
 deflate::UnusedSymbols unusedSymbols(const BlockCodes& codes, Tables tables);

@@ -6,34 +6,13 @@
 #include <cstring>
 
 #include "inflate/checked_decoder.h"
+#include "inflate/code_verdict.h"
 #include "inflate/random_blocks.h"
 
 namespace ozrdc::test::inflate {
 namespace {
 
-using deflate::Completeness;
 using deflate::Lengths;
-
-// What the builder is to say of these lengths.
-struct Verdict {
-    Status status;
-    unsigned kind;  // written; 0 if nothing is
-};
-
-bool acceptable(const Lengths& lengths) {
-    const auto used = std::count_if(lengths.begin(), lengths.end(), [](uint16_t n) { return n != 0; });
-    return deflate::completeness(lengths) == Completeness::Complete || (used == 1 && deflate::longest(lengths) == 1);
-}
-
-Verdict verdict(const BlockCodes& codes) {
-    const bool isFixedDistances = codes.distances == Lengths(30, 5);
-    const bool noDistances = deflate::completeness(codes.distances) == Completeness::Empty;
-    if (!acceptable(codes.literals)) return {StatusBadCodeTable, 0};
-    if (!noDistances && !isFixedDistances && !acceptable(codes.distances)) return {StatusBadCodeTable, 0};
-    if (expectedKind(codes) == 1) return {StatusOk, 1};
-    const bool endOfBlock = codes.literals.size() > 256 && codes.literals[256] > 0;
-    return {endOfBlock ? StatusOk : StatusBadCodeTable, 2};
-}
 
 // The state as built from guarded lengths, in guarded memory that held a known pattern before.
 class Built {

@@ -2,10 +2,12 @@
 //
 // A candidate counts only if its match is longer than the best so far. It must then agree in the last four bytes of a
 // match one longer than that, and hardly any candidate does by chance: one load and one comparison turn away nearly all
-// of them, without a look at their start.
+// of them, without a look at their start. What is left is the walk from one link to the next, each of which waits for
+// the one before. `Foresight` ends it where no better match can follow.
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
 #include "core/unaligned.h"
@@ -13,7 +15,18 @@
 
 namespace ozrdc::deflate {
 
-// The margins of the chain parsers at the end of a source that the stream goes on behind.
+// What differs between the parsers.
+enum class Rules {
+    Fast,  // matches of three bytes, where the hashes of different words agree; a good match cuts the rest of the
+           // budget
+    Slow   // matches of four bytes; the budget stays
+};
+
+// The length that a match has to beat if there is none yet.
+template <Rules rules>
+constexpr int64_t kNoMatch = rules == Rules::Fast ? 2 : 3;
+
+// The margin of the chain parsers at the end of a source that the stream goes on behind.
 constexpr int64_t kChainMargin = 261;
 
 // Limits of a chain parser. One position is searched although it lies within the margin: that of a call which has just
@@ -27,26 +40,43 @@ inline Limits chainLimits(const Call& call) noexcept {
     return limits;
 }
 
+// Knows when no better match can follow.
+//
+// Every four bytes in a row of a longer match must occur at the candidate, too. If no position in reach was entered
+// with their hash, there is no such candidate. That holds if this call has entered all positions in reach, as the slow
+// parser does, and if chains run back in the stream all the way: the tables did not come with indexes of positions that
+// were still to come, and no link is overwritten by that of another position in reach.
+struct Foresight {
+    const uint8_t* begin;  // positions from here on have it
+
+    // To ask the tables costs as much as some steps along the chain; a smaller budget does not repay it.
+    static constexpr int32_t kLeastBudget = 12;
+
+    Foresight(const Stream& stream, const ChainTables& tables) noexcept : begin(stream.end) {
+        const auto size = static_cast<uint32_t>(stream.winSize);
+        if (stream.end - stream.src > stream.winSize && std::has_single_bit(size) && tables.latest() < stream.srcIdx) {
+            begin = stream.src + (size - 1);
+        }
+    }
+
+    // None.
+    explicit Foresight(const Stream& stream) noexcept : begin(stream.end) {}
+
+    [[nodiscard, gnu::always_inline]] bool isGivenAt(const uint8_t* p) const noexcept { return p >= begin; }
+};
+
 // A match; none if the distance is 0, and then the length is the one that had to be beaten.
 struct Match {
     int64_t length;
     uint32_t distance;
 };
 
-// How a search spends its budget when it comes upon a good match.
-enum class Budget { Fixed, CutByGoodMatch };
-
-// The shortest match of the fast parser has three bytes: positions are found by the hash of four, so that only those
-// with equal hashes of different words are that short.
-constexpr int64_t kFastLeast = 3;
-constexpr int64_t kSlowLeast = 4;
-
 // The longest of the matches at `p` with `candidate` and those behind it on its chain, at most `budget` in all, that is
 // longer than `toBeat`; the nearest of equal ones.
-template <Budget kind, Part part>
+template <Rules rules, Part part>
 [[gnu::always_inline]] inline Match searchChain(const View<part> view, const ChainTables& tables, const Effort& effort,
-                                                const uint8_t* p, uint32_t index, uint32_t candidate, int32_t budget,
-                                                int64_t toBeat) noexcept {
+                                                const Foresight& foresight, const uint8_t* p, uint32_t index,
+                                                uint32_t candidate, int32_t budget, int64_t toBeat) noexcept {
     constexpr Place place = View<part>::kPlace;
     Match best{toBeat, 0};
     const uint32_t reach = view.reach(p);
@@ -54,11 +84,25 @@ template <Budget kind, Part part>
     if (distance - 1 >= reach || budget <= 0) return best;
     const int64_t longest = view.longest(p);
     if (toBeat >= longest) return best;
+
     // What a better match ends with: the four bytes from `tail` on; or at first, for the fast parser, only three, the
     // fourth of which is shifted out.
     const uint8_t* tail = p + std::max<int64_t>(toBeat - 3, 0);
     unsigned ignored = toBeat < 3 ? 8 : 0;
     uint32_t word = load32(tail);
+
+    // Whether the four bytes at `at`, which a better match must hold, occur nowhere in reach. Candidates so near that
+    // their last bytes were not entered yet are looked at.
+    const auto occursNowhere = [&](const uint8_t* at) noexcept {
+        return foresight.isGivenAt(p) && distance + 3 >= static_cast<uint32_t>(best.length) &&
+               index - static_cast<uint32_t>(tables.head[tables.hash(at)]) > reach;
+    };
+    if (rules == Rules::Slow && toBeat > kNoMatch<rules> && budget >= Foresight::kLeastBudget) {
+        // A match to beat was found at the position in front of this one, which asked neither for the last byte of a
+        // better match nor for the one before.
+        if (occursNowhere(tail) || occursNowhere(tail - 1)) return best;
+    }
+
     bool cut = false;
     do {
         const uint32_t found = distance;
@@ -73,7 +117,9 @@ template <Budget kind, Part part>
         tail = p + length - 3;
         word = load32(tail);
         ignored = 0;
-        if (kind == Budget::CutByGoodMatch && !cut && length >= effort.goodLength) {
+        if (rules == Rules::Slow) {
+            if (budget >= Foresight::kLeastBudget && occursNowhere(tail)) break;
+        } else if (!cut && length >= effort.goodLength) {
             // A quarter of what is left behind this candidate.
             budget = (budget - 1) / 4 + 1;
             cut = true;

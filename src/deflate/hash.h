@@ -6,10 +6,12 @@
 // the first entry that is no candidate.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "core/crc_hash.h"
 #include "core/unaligned.h"
+#include "deflate/format.h"
 
 namespace ozrdc::deflate {
 
@@ -52,6 +54,14 @@ struct ChainTables : HeadTable {
     // The candidate behind `index` on its chain.
     [[nodiscard, gnu::always_inline]] uint32_t before(uint32_t index) const noexcept {
         return static_cast<uint32_t>(prev[index & prevMask]);
+    }
+
+    // The latest index in either table.
+    [[nodiscard]] int32_t latest() const noexcept {
+        int32_t result = kEmptySlot;
+        for (uint32_t i = 0; i <= mask; ++i) result = std::max(result, head[i]);
+        for (uint32_t i = 0; i <= prevMask; ++i) result = std::max(result, prev[i]);
+        return result;
     }
 
     // Enters an index, and returns the one before it.

@@ -11,8 +11,8 @@ namespace {
 // The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
 template <Part part>
 [[gnu::noinline]] const uint8_t* parse(const Stream stream, const Limits limits, const ChainTables tables,
-                                       const Effort effort, Records& shared, const uint8_t* p,
-                                       const uint8_t* end) noexcept {
+                                       const Effort effort, const Foresight foresight, Records& shared,
+                                       const uint8_t* p, const uint8_t* end) noexcept {
     if (p >= end) return p;
     const View<part> view{stream, limits};
     Records records = shared;
@@ -22,8 +22,8 @@ template <Part part>
         const uint32_t candidate = tables.insert(slot, index);
         slot = tables.hash(view.hashable(p + 1));
         tables.prefetch(slot);
-        const Match match = searchChain<Budget::CutByGoodMatch>(view, tables, effort, p, index, candidate,
-                                                                effort.maxChain, kFastLeast - 1);
+        const Match match = searchChain<Rules::Fast>(view, tables, effort, foresight, p, index, candidate,
+                                                     effort.maxChain, kNoMatch<Rules::Fast>);
         if (match.distance == 0) {
             records.literal(*p++);
             continue;
@@ -44,9 +44,10 @@ template <Part part>
 
 const uint8_t* parseFast(const Call& call, Records& records) noexcept {
     const Limits limits = chainLimits(call);
+    const Foresight foresight(call.stream);
     const uint8_t* p =
         parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
-            return parse<part>(call.stream, limits, call.tables, call.effort, records, begin, end);
+            return parse<part>(call.stream, limits, call.tables, call.effort, foresight, records, begin, end);
         });
     return parseLastBytes(call, limits, p, records);
 }

@@ -14,8 +14,8 @@ namespace {
 // The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
 template <Part part>
 [[gnu::noinline]] const uint8_t* parse(const Stream stream, const Limits limits, const ChainTables tables,
-                                       const Effort effort, Records& shared, const uint8_t* p,
-                                       const uint8_t* end) noexcept {
+                                       const Effort effort, const Foresight foresight, Records& shared,
+                                       const uint8_t* p, const uint8_t* end) noexcept {
     if (p >= end) return p;
     const View<part> view{stream, limits};
     Records records = shared;
@@ -26,10 +26,10 @@ template <Part part>
         const uint32_t candidate = tables.insert(slot, index);
         slot = tables.hash(view.hashable(at + 1));
         tables.prefetch(slot);
-        return searchChain<Budget::Fixed>(view, tables, effort, at, index, candidate, budget, toBeat);
+        return searchChain<Rules::Slow>(view, tables, effort, foresight, at, index, candidate, budget, toBeat);
     };
     while (p < end && records.room() > 0) {
-        Match match = search(p, effort.maxChain, kSlowLeast - 1);
+        Match match = search(p, effort.maxChain, kNoMatch<Rules::Slow>);
         if (match.distance == 0) {
             records.literal(*p++);
             continue;
@@ -57,9 +57,10 @@ template <Part part>
 
 const uint8_t* parseSlow(const Call& call, Records& records) noexcept {
     const Limits limits = chainLimits(call);
+    const Foresight foresight(call.stream, call.tables);
     const uint8_t* p =
         parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
-            return parse<part>(call.stream, limits, call.tables, call.effort, records, begin, end);
+            return parse<part>(call.stream, limits, call.tables, call.effort, foresight, records, begin, end);
         });
     return parseLastBytes(call, limits, p, records);
 }

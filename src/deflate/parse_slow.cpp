@@ -57,7 +57,7 @@ template <Part part>
 
 const uint8_t* parseSlow(const Call& call, Records& records) noexcept {
     const Limits limits = chainLimits(call);
-    const Foresight foresight(call.stream, call.tables);
+    const Foresight foresight(call.stream, call.tables, records.room());
     const uint8_t* p =
         parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
             return parse<part>(call.stream, limits, call.tables, call.effort, foresight, records, begin, end);

@@ -73,6 +73,9 @@ class BitCursor {
     [[gnu::always_inline]] [[nodiscard]] uint64_t fresh() const noexcept {
         return load64(base_ + front_ / 8) >> (front_ % 8);
     }
+    // The bits behind an entry. The processor looks only at the low six bits of a shift's amount, and of an entry these
+    // are the bits to take.
+    [[gnu::always_inline]] [[nodiscard]] uint64_t freshBehind(Entry e) const noexcept { return fresh() >> (e & 63); }
     [[gnu::always_inline]] void refill(uint64_t bits) noexcept { bits_ = bits; }
 
     [[gnu::always_inline]] void drop(unsigned n) noexcept {
@@ -81,12 +84,9 @@ class BitCursor {
     }
     // Takes what an entry says.
     [[gnu::always_inline]] void take(Entry e) noexcept {
-        bits_ = behind(bits_, e);
+        bits_ >>= e & 63;
         front_ += entry::bitsToTake(e);
     }
-    // What a shift by all of the entry leaves: the processor looks at the low six bits only, and of an entry that was
-    // built these are the bits to take.
-    [[gnu::always_inline]] static uint64_t behind(uint64_t bits, Entry e) noexcept { return bits >> (e & 63); }
     // The entry of a table that the next `n` bits lead to.
     [[gnu::always_inline]] [[nodiscard]] Entry lookUp(const Entry* table, unsigned n) const noexcept {
         return load32(reinterpret_cast<const uint8_t*>(table) + (bits_ & MaskBits[n] << kFront));
@@ -131,7 +131,7 @@ void decodeFast(const GeneralLayout& tables, Source& source, Output& output, con
     Entry e = nextLitLen();
     while (in.front() <= limit && op <= opLimit) {
         if (e & entry::kLiteral) {
-            const uint64_t fresh = BitCursor::behind(in.fresh(), e);
+            const uint64_t fresh = in.freshBehind(e);
             putLiteral(e);
             e = nextLitLen();
             in.refill(fresh);
@@ -150,9 +150,8 @@ void decodeFast(const GeneralLayout& tables, Source& source, Output& output, con
         // find again from here.
         const uint64_t start = in.front();
         uint64_t length = entry::length(e);
-        uint64_t fresh = in.fresh();
         if (!(e & entry::kLength)) [[unlikely]] {
-            in.refill(fresh);
+            in.refill(in.fresh());
             if (entry::sort(e) == entry::kLink) {
                 in.drop(kLitLenRootBits);
                 e = in.lookUp(tables.litLen, e);
@@ -168,29 +167,33 @@ void decodeFast(const GeneralLayout& tables, Source& source, Output& output, con
             }
             length = entry::length(e) + in.extra(e);
             in.take(e);
-            fresh = in.fresh();
             e = 0;  // nothing more to take
         }
-        fresh = BitCursor::behind(fresh, e);
+        const uint64_t fresh = in.freshBehind(e);
         in.take(e);
         Entry d = in.lookUp(tables.dist.data(), kDistRootBits);
         in.refill(fresh);
         if (!(d & entry::kDistance)) [[unlikely]] {
-            if (entry::sort(d) != entry::kLink) {
+            if (entry::sort(d) == entry::kLink) {
+                in.drop(kDistRootBits);
+                d = in.lookUp(tables.dist, d);
+                in.refill(in.fresh());
+            }
+            if (!(d & entry::kDistance)) {
                 in.goTo(start);
                 break;
             }
-            in.drop(kDistRootBits);
-            d = in.lookUp(tables.dist, d);
-            in.refill(in.fresh());
         }
         d = opaque(d);  // keeps the compiler from preparing what follows twice, once for each way here
         const uint64_t distance = entry::baseDistance(d) + in.extra(d);
-        const bool fits = kRoom == Room::kAmple || length <= static_cast<uint64_t>(output.end - op);
         in.take(d);
         e = nextLitLen();
-        if (distance - 1 >= reinterpret_cast<uintptr_t>(op) - lowest || !fits) [[unlikely]] {
-            if (!(d & entry::kDistance) || !fits || !history.reaches(op, distance)) {
+        if (kRoom == Room::kScarce && length > static_cast<uint64_t>(output.end - op)) {
+            in.goTo(start);
+            break;
+        }
+        if (reinterpret_cast<uintptr_t>(op) - distance < lowest) [[unlikely]] {
+            if (!history.reaches(op, distance)) {
                 in.goTo(start);
                 break;
             }

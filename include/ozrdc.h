@@ -573,10 +573,10 @@ Status ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, int3
  * }
  * @endcode
  *
- * Source, index, window and hash table are those of the match search, without the chains: the window holds the bytes
- * before `*ppSrc`, oldest first, min(`*pSrcIdx`, `winSize`) of them. Calls are fastest if these bytes lie directly in
- * front of `*ppSrc` (`pWindow` points to them there). The hash table is `hashSize` indexes; entries may have any value,
- * and those that do not lead to a match do no harm.
+ * Source, index and window are those of the match search: the window holds the bytes before `*ppSrc`, oldest first,
+ * min(`*pSrcIdx`, `winSize`) of them, and calls are fastest if they lie directly in front of `*ppSrc`, where `pWindow`
+ * then points to them. The hash table is `hashSize` indexes; entries may have any value, and those that do not lead to
+ * a match do no harm. 8192 entries are a good size for speed; more find more matches.
  *
  * How source or destination are cut into calls makes no difference to the stream.
  *  @{ */
@@ -622,8 +622,8 @@ Status ozrsDeflateLZ77FastestGetStat_8u(const uint8_t** ppSrc, int32_t* pSrcLen,
  * @param[out] pLitHuffCodes   Receives 286 codes.
  * @param[out] pDistHuffCodes  Receives 30 codes.
  * @retval StatusOk               The codes are ready.
- * @retval StatusCodeLengthLimit  A code is still too long. The tables were written, but must not be used; smaller
- *                                frequencies help (below 2^20 they always fit).
+ * @retval StatusCodeLengthLimit  A code is still too long. The tables were written, but must not be used. Samples of up
+ *                                to 2^18 symbols never come to this.
  * @retval StatusNullPointer      A pointer is null.
  */
 Status ozrsDeflateLZ77FastestGenHuffTable_8u(const uint32_t* pLitFreqTable, const uint32_t* pDistFreqTable,

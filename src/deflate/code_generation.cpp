@@ -64,14 +64,16 @@ constexpr unsigned kMaxHeaderBits = kBlockTypeBits + kLitCount.bits + kDistCount
                                     (kLitLenSymbols + kDistCodes) * static_cast<unsigned>(kCodeLengthLimit);
 static_assert((kMaxHeaderBits + 7) / 8 == OZRDC_DEFLATE_HEADER_SIZE);
 
+// The largest alphabet.
+constexpr size_t kMaxSymbols = kLitLenSymbols;
+
 // Depths of the leaves of a Huffman tree over at least two weights in ascending order.
-template <size_t N>
 class HuffmanTree {
   public:
-    HuffmanTree(const std::array<uint64_t, N>& weights, size_t count) noexcept {
+    HuffmanTree(const std::array<uint64_t, kMaxSymbols>& weights, size_t count) noexcept {
         // The lightest node that has no parent yet is the next leaf or the next inner node. Of equal ones the leaf is
         // taken, which keeps the tree flat.
-        std::array<uint64_t, N> inner;
+        std::array<uint64_t, kMaxSymbols> inner;
         size_t leaf = 0;
         size_t node = 0;
         const size_t inners = count - 1;
@@ -99,25 +101,25 @@ class HuffmanTree {
     [[nodiscard]] int32_t height() const noexcept { return depth_[0]; }
 
   private:
-    std::array<uint16_t, N> depth_;
-    std::array<uint16_t, N> parent_;
+    std::array<uint16_t, kMaxSymbols> depth_;
+    std::array<uint16_t, kMaxSymbols> parent_;
 };
 
 // Makes lengths of at most `limit` for `count` symbols, at least two. Returns 1 if some length is still above the
 // limit, else 0.
-template <size_t N>
-int32_t ownGenHuff1(const uint32_t* frequencies, size_t count, int32_t limit, int32_t* lengths) noexcept {
+[[gnu::noinline]] int32_t ownGenHuff1(const uint32_t* frequencies, size_t count, int32_t limit,
+                                      int32_t* lengths) noexcept {
     // Frequency above symbol, so that sorting moves one word.
     constexpr unsigned kSymbolBits = 16;
-    std::array<uint64_t, N> order;
+    std::array<uint64_t, kMaxSymbols> order;
     for (size_t i = 0; i < count; ++i) order[i] = uint64_t{frequencies[i]} << kSymbolBits | i;
     std::sort(order.begin(), order.begin() + count);
 
     int32_t height = 0;
     for (uint32_t k = 0; k <= kMaxFlattening; ++k) {
-        std::array<uint64_t, N> weights;
+        std::array<uint64_t, kMaxSymbols> weights;
         for (size_t i = 0; i < count; ++i) weights[i] = std::max<uint64_t>((order[i] >> kSymbolBits) + k, 1);
-        const HuffmanTree<N> tree(weights, count);
+        const HuffmanTree tree(weights, count);
         height = tree.height();
         if (height > limit && k < kMaxFlattening) continue;
         for (size_t i = 0; i < count; ++i) lengths[order[i] & ((1U << kSymbolBits) - 1)] = tree.depth(i);
@@ -143,12 +145,11 @@ void assignCodes(int32_t* entries, int32_t count) noexcept {
     }
 }
 
-template <size_t N>
-int32_t generate(const uint32_t* frequencies, int32_t limit, DeflateHuffCode* codes) noexcept {
-    std::array<int32_t, N> entries;
-    const int32_t failed = ownGenHuff1<N>(frequencies, N, limit, entries.data());
-    assignCodes(entries.data(), static_cast<int32_t>(N));
-    for (size_t i = 0; i < N; ++i) {
+int32_t generate(const uint32_t* frequencies, size_t count, int32_t limit, DeflateHuffCode* codes) noexcept {
+    std::array<int32_t, kMaxSymbols> entries;
+    const int32_t failed = ownGenHuff1(frequencies, count, limit, entries.data());
+    assignCodes(entries.data(), static_cast<int32_t>(count));
+    for (size_t i = 0; i < count; ++i) {
         codes[i] = {static_cast<uint16_t>(entries[i] & 0xFFFF), static_cast<uint16_t>(entries[i] >> 16)};
     }
     return failed;
@@ -228,7 +229,7 @@ std::array<int32_t, kCodeLengthSymbols> codeLengthCode(const LengthRuns& runs) n
     }
     std::array<int32_t, kCodeLengthSymbols> lengths;
     // So few symbols come within the limit long before flattening ends.
-    ownGenHuff1<kCodeLengthSymbols>(frequencies.data(), used, kCodeLengthLimit, lengths.data());
+    ownGenHuff1(frequencies.data(), used, kCodeLengthLimit, lengths.data());
     std::array<int32_t, kCodeLengthSymbols> entries{};
     for (size_t i = 0; i < used; ++i) entries[symbols[i]] = lengths[i];
     assignCodes(entries.data(), kCodeLengthSymbols);
@@ -252,8 +253,8 @@ Status y8_ozrsDeflateLZ77FastestGenHuffTable_8u(const uint32_t* pLitFreqTable, c
                                                 DeflateHuffCode* pLitHuffCodes,
                                                 DeflateHuffCode* pDistHuffCodes) noexcept {
     if (anyNull(pLitFreqTable, pDistFreqTable, pLitHuffCodes, pDistHuffCodes)) return StatusNullPointer;
-    const int32_t litFailed = generate<kLitLenSymbols>(pLitFreqTable, kLitLimit, pLitHuffCodes);
-    const int32_t distFailed = generate<kDistCodes>(pDistFreqTable, kDistLimit, pDistHuffCodes);
+    const int32_t litFailed = generate(pLitFreqTable, kLitLenSymbols, kLitLimit, pLitHuffCodes);
+    const int32_t distFailed = generate(pDistFreqTable, kDistCodes, kDistLimit, pDistHuffCodes);
     return litFailed != 0 || distFailed != 0 ? StatusCodeLengthLimit : StatusOk;
 }
 

@@ -68,18 +68,20 @@ struct Limits {
 
 // A call's positions come in parts, for each of which the loops are instantiated. In the middle everything is as usual:
 // candidates lie in the source, or right in front of it, matches may have any distance and any length, and bytes follow
-// for the hash of every position in sight. At the edges, the start of the source and its end, each of these is looked
-// at. Both give the same records.
-enum class Part { Edge, Middle };
+// for the hash of every position in sight. Young positions are the same, but for the distance: the history is still
+// shorter than the window. At the edges, at the end of the source and where candidates may lie in a window elsewhere,
+// each of these is looked at. All parts give the same records.
+enum class Part { Edge, Young, Middle };
 
-// How many bytes follow a position of the middle. A match there may be put off until a longer one has been found at the
-// next position, and that again, until it has the greatest length; that one is covered, and looked at from behind.
-constexpr int64_t kInSight = (kMaxMatch - kMinMatch) + kMaxMatch + 8;
+// How many bytes follow a position that is not at an edge: a match there may be put off for a longer one at the next
+// position, that one again, and so on up to the greatest length, and the position behind that one is hashed ahead.
+constexpr int64_t kInSight = (kMaxMatch - kMinMatch) + kMaxMatch + kCrcBytes;
 
 // One part of a call, as its loops see it.
 template <Part part>
 struct View {
-    static constexpr Place kPlace = part == Part::Middle ? Place::Source : Place::WindowOrSource;
+    static constexpr bool kIsEdge = part == Part::Edge;
+    static constexpr Place kPlace = kIsEdge ? Place::WindowOrSource : Place::Source;
 
     const Stream& stream;
     const Limits& limits;
@@ -91,22 +93,22 @@ struct View {
 
     // The length of the longest match at `p`.
     [[nodiscard, gnu::always_inline]] int64_t longest(const uint8_t* p) const noexcept {
-        return part == Part::Middle ? kMaxMatch : std::min<int64_t>(kMaxMatch, limits.matchEnd - p);
+        return kIsEdge ? std::min<int64_t>(kMaxMatch, limits.matchEnd - p) : kMaxMatch;
     }
 
     // The last position that has the bytes for its hash, if any has, or `p` if that comes before it.
     [[nodiscard, gnu::always_inline]] const uint8_t* hashable(const uint8_t* p) const noexcept {
-        return part == Part::Middle ? p : std::min(p, limits.hashEnd - 1);
+        return kIsEdge ? std::min(p, limits.hashEnd - 1) : p;
     }
 
     // The end of positions that can be entered, up to `p`.
     [[nodiscard, gnu::always_inline]] const uint8_t* enterable(const uint8_t* p) const noexcept {
-        return part == Part::Middle ? p : std::min(p, limits.hashEnd);
+        return kIsEdge ? std::min(p, limits.hashEnd) : p;
     }
 
     // Whether a position lies before the end of those to be searched.
     [[nodiscard, gnu::always_inline]] bool isSearched(const uint8_t* p) const noexcept {
-        return part == Part::Middle || p < limits.searchEnd;
+        return !kIsEdge || p < limits.searchEnd;
     }
 };
 
@@ -123,19 +125,23 @@ const uint8_t* parseSingleProbe(const Call& call, Records& records) noexcept;
 const uint8_t* parseFast(const Call& call, Records& records) noexcept;
 const uint8_t* parseSlow(const Call& call, Records& records) noexcept;
 
-// Runs `parse<part>(p, end)`, which parses up to `end` or further and returns where it stopped, over the parts of a
-// call.
+// Runs `parse<part>(p, end)` over the parts of a call: it parses up to `end` or further, or, when the records are full,
+// not so far, and returns where it stopped.
 template <class Parse>
 [[gnu::always_inline]] inline const uint8_t* parseInParts(const Stream& stream, const Limits& limits,
                                                           Parse parse) noexcept {
-    const uint8_t* p = stream.src;
-    const int64_t length = stream.end - stream.src;
-    const int64_t history = stream.windowEnd == stream.src ? stream.history : 0;
-    const int64_t middleBegin = std::max<int64_t>(0, stream.winSize - 1 - history);
-    if (middleBegin + kInSight < length) {
-        p = parse.template operator()<Part::Edge>(p, std::min(p + middleBegin, limits.searchEnd));
-        p = parse.template operator()<Part::Middle>(p, std::min(stream.end - kInSight, limits.searchEnd));
-    }
+    const uint8_t* const src = stream.src;
+    const int64_t length = limits.searchEnd - src;
+    const int64_t middleEnd = std::clamp<int64_t>(stream.end - src - kInSight, 0, length);
+    const bool hasWindowElsewhere = stream.history > 0 && stream.windowEnd != src;
+    const int64_t greatestDistance = stream.winSize - 1;
+    const int64_t inFront = hasWindowElsewhere ? 0 : std::min<int64_t>(stream.history, greatestDistance);
+    const int64_t middleBegin = std::min(middleEnd, greatestDistance - inFront);
+
+    const uint8_t* p = src;
+    p = hasWindowElsewhere ? parse.template operator()<Part::Edge>(p, src + middleBegin)
+                           : parse.template operator()<Part::Young>(p, src + middleBegin);
+    p = parse.template operator()<Part::Middle>(p, src + middleEnd);
     return parse.template operator()<Part::Edge>(p, limits.searchEnd);
 }
 

@@ -86,7 +86,7 @@ Status y8_ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, i
     if (anyNull(pLitSrc, pDistSrc, pCode, pCodeLenBits, pLitHuffCodes, pDistHuffCodes, pDst, pDstIdx)) {
         return StatusNullPointer;
     }
-    const Records records{pLitSrc, pDistSrc, srcLen};
+    const Records records{pLitSrc, pDistSrc, std::max(srcLen, 0)};
     const CodeWords codes{pLitHuffCodes, pDistHuffCodes};
     BitWriter writer(*pCode, *pCodeLenBits, pDst + *pDstIdx);
     if (srcLen < kMergedRecords) {

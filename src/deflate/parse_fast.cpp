@@ -2,19 +2,48 @@
 
 #include <cstdint>
 
+#include "core/match_length.h"
+#include "core/unaligned.h"
 #include "deflate/chain_search.h"
 #include "deflate/parser.h"
 
 namespace ozrdc::deflate {
 namespace {
 
-// The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
+// How many candidates of a chain are looked at.
+enum class Candidates { One, Several };
+
+// The match at `p` with its one candidate.
+//
+// Half of the candidates are out of reach or differ in their first bytes, and neither can be predicted: there is one
+// branch for both. It looks at bytes from a place that is safe to read whatever the candidate is.
 template <Part part>
+[[gnu::always_inline]] inline Match matchAt(const View<part> view, const uint8_t* p, uint32_t distance) noexcept {
+    constexpr Match kNone{0, 0};
+    const bool isAdmitted = distance - 1 < view.reach(p);
+    if (part == Part::Edge) {
+        if (!isAdmitted) return kNone;
+        const int64_t length = view.stream.template matchLength<View<part>::kPlace>(p, distance, view.longest(p));
+        return length >= int64_t{kMinMatch} ? Match{length, distance} : kNone;
+    }
+    constexpr int64_t kWord = sizeof(uint64_t);
+    static_assert(kWord <= kInSight);
+    const uint8_t* const candidate = p - (isAdmitted ? distance : 0);
+    const uint64_t difference = load64(candidate) ^ load64(p);
+    const uint32_t differenceOfThree = static_cast<uint32_t>(difference) << 8;
+    if ((differenceOfThree | (isAdmitted ? 0U : 1U)) != 0) return kNone;
+    if (difference != 0) return {__builtin_ctzll(difference) / 8, distance};
+    return {kWord + getboundlong(p + kWord, candidate + kWord, 0, kMaxMatch - kWord), distance};
+}
+
+// The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
+template <Candidates candidates, Part part>
 [[gnu::noinline]] const uint8_t* parse(const Stream stream, const Limits limits, const ChainTables tables,
-                                       const Effort effort, const Foresight foresight, Records& shared,
-                                       const uint8_t* p, const uint8_t* end) noexcept {
+                                       const Effort effort, Records& shared, const uint8_t* p,
+                                       const uint8_t* end) noexcept {
     if (p >= end) return p;
     const View<part> view{stream, limits};
+    const Foresight noForesight(stream);
     Records records = shared;
     uint32_t slot = tables.hash(p);
     while (p < end && records.room() > 0) {
@@ -22,8 +51,10 @@ template <Part part>
         const uint32_t candidate = tables.insert(slot, index);
         slot = tables.hash(view.hashable(p + 1));
         tables.prefetch(slot);
-        const Match match = searchChain<Rules::Fast>(view, tables, effort, foresight, p, index, candidate,
-                                                     effort.maxChain, kNoMatch<Rules::Fast>);
+        const Match match = candidates == Candidates::One
+                                ? matchAt(view, p, index - candidate)
+                                : searchChain<Rules::Fast>(view, tables, effort, noForesight, p, index, candidate,
+                                                           effort.maxChain, kNoMatch<Rules::Fast>);
         if (match.distance == 0) {
             records.literal(*p++);
             continue;
@@ -40,15 +71,19 @@ template <Part part>
     return p;
 }
 
+template <Candidates candidates>
+const uint8_t* parseAll(const Call& call, const Limits& limits, Records& records) noexcept {
+    return parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
+        return parse<candidates, part>(call.stream, limits, call.tables, call.effort, records, begin, end);
+    });
+}
+
 }  // namespace
 
 const uint8_t* parseFast(const Call& call, Records& records) noexcept {
     const Limits limits = chainLimits(call);
-    const Foresight foresight(call.stream);
-    const uint8_t* p =
-        parseInParts(call.stream, limits, [&]<Part part>(const uint8_t* begin, const uint8_t* end) noexcept {
-            return parse<part>(call.stream, limits, call.tables, call.effort, foresight, records, begin, end);
-        });
+    const uint8_t* const p = call.effort.maxChain == 1 ? parseAll<Candidates::One>(call, limits, records)
+                                                       : parseAll<Candidates::Several>(call, limits, records);
     return parseLastBytes(call, limits, p, records);
 }
 

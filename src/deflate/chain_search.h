@@ -68,14 +68,8 @@ struct Foresight {
     [[nodiscard, gnu::always_inline]] bool isGivenAt(const uint8_t* p) const noexcept { return p >= begin; }
 };
 
-// A match; none if the distance is 0, and then the length is the one that had to be beaten.
-struct Match {
-    int64_t length;
-    uint32_t distance;
-};
-
 // The longest of the matches at `p` with `candidate` and those behind it on its chain, at most `budget` in all, that is
-// longer than `toBeat`; the nearest of equal ones.
+// longer than `toBeat`, the nearest of equal ones; or none, with the length to beat.
 template <Rules rules, Part part>
 [[gnu::always_inline]] inline Match searchChain(const View<part> view, const ChainTables& tables, const Effort& effort,
                                                 const Foresight& foresight, const uint8_t* p, uint32_t index,

@@ -2,39 +2,15 @@
 
 #include <cstdint>
 
-#include "core/match_length.h"
-#include "core/unaligned.h"
 #include "deflate/chain_search.h"
 #include "deflate/parser.h"
+#include "deflate/single_candidate.h"
 
 namespace ozrdc::deflate {
 namespace {
 
 // How many candidates of a chain are looked at.
 enum class Candidates { One, Several };
-
-// The match at `p` with its one candidate.
-//
-// Half of the candidates are out of reach or differ in their first bytes, and neither can be predicted: there is one
-// branch for both. It looks at bytes from a place that is safe to read whatever the candidate is.
-template <Part part>
-[[gnu::always_inline]] inline Match matchAt(const View<part> view, const uint8_t* p, uint32_t distance) noexcept {
-    constexpr Match kNone{0, 0};
-    const bool isAdmitted = distance - 1 < view.reach(p);
-    if (part == Part::Edge) {
-        if (!isAdmitted) return kNone;
-        const int64_t length = view.stream.template matchLength<View<part>::kPlace>(p, distance, view.longest(p));
-        return length >= int64_t{kMinMatch} ? Match{length, distance} : kNone;
-    }
-    constexpr int64_t kWord = sizeof(uint64_t);
-    static_assert(kWord <= kInSight);
-    const uint8_t* const candidate = p - (isAdmitted ? distance : 0);
-    const uint64_t difference = load64(candidate) ^ load64(p);
-    const uint32_t differenceOfThree = static_cast<uint32_t>(difference) << 8;
-    if ((differenceOfThree | (isAdmitted ? 0U : 1U)) != 0) return kNone;
-    if (difference != 0) return {__builtin_ctzll(difference) / 8, distance};
-    return {kWord + getboundlong(p + kWord, candidate + kWord, 0, kMaxMatch - kWord), distance};
-}
 
 // The call's parts are passed by value: as copies that nothing else can reach, they stay in registers.
 template <Candidates candidates, Part part>
@@ -59,7 +35,7 @@ template <Candidates candidates, Part part>
             records.literal(*p++);
             continue;
         }
-        records.match(match.length, match.distance);
+        records.match(match);
         const uint8_t* const entered = p + 1;
         p += match.length;
         slot = tables.hash(view.hashable(p));

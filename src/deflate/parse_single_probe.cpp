@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "deflate/parser.h"
+#include "deflate/single_candidate.h"
 
 namespace ozrdc::deflate {
 namespace {
@@ -20,21 +21,17 @@ template <Part part>
     Records records = shared;
     while (p < end && records.room() > 0) {
         uint32_t index = stream.indexOf(p);
-        const uint32_t distance = index - table.exchange(hash.at(p), index);
-        int64_t length = 0;
-        if (distance - 1 < view.reach(p)) {
-            length = stream.matchLength<View<part>::kPlace>(p, distance, view.longest(p));
-        }
-        if (length < int64_t{kMinMatch}) {
+        const Match match = matchAt(view, p, index - table.exchange(hash.at(p), index));
+        if (match.distance == 0) {
             records.literal(*p++);
             continue;
         }
-        records.match(length, distance);
-        const uint8_t* const enterable = view.enterable(p + length);
+        records.match(match);
+        const uint8_t* const enterable = view.enterable(p + match.length);
         for (const uint8_t* covered = p + 1; covered < enterable; ++covered) {
             table.exchange(hash.at(covered), ++index);
         }
-        p += length;
+        p += match.length;
     }
     shared = records;
     sharedHash = hash;

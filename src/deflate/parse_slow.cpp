@@ -43,7 +43,7 @@ template <Part part>
             records.literal(*p++);
             match = next;
         }
-        records.match(match.length, match.distance);
+        records.match(match);
         p += match.length;
         slot = tables.hash(view.hashable(p));
         tables.prefetch(slot);

@@ -22,6 +22,12 @@ struct Effort {
     int32_t maxLazy;     // slow: no search behind a match this long; fast: longer ones enter only their start
 };
 
+// A match; none if the distance is 0.
+struct Match {
+    int64_t length;
+    uint32_t distance;
+};
+
 // The caller's record buffers and symbol counters. A record is a literal with distance 0, or a match length less 3 with
 // its distance.
 struct Records {
@@ -41,13 +47,13 @@ struct Records {
         ++litFreq[byte];
     }
 
-    [[gnu::always_inline]] void match(int64_t length, uint32_t distance) noexcept {
-        const auto less3 = static_cast<unsigned>(length) - kMinMatch;
+    [[gnu::always_inline]] void match(const Match found) noexcept {
+        const auto less3 = static_cast<unsigned>(found.length) - kMinMatch;
         lit[written] = static_cast<uint8_t>(less3);
-        dist[written] = static_cast<uint16_t>(distance);
+        dist[written] = static_cast<uint16_t>(found.distance);
         ++written;
         ++litFreq[kFirstLengthSymbol + lengthCode(less3)];
-        ++distFreq[distCode(distance)];
+        ++distFreq[distCode(found.distance)];
     }
 };
 

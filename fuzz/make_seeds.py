@@ -7,6 +7,7 @@ The seeds are committed; this script is kept so that they can be understood, cha
 
 import pathlib
 import struct
+import zlib
 
 SEEDS = pathlib.Path(__file__).parent / "seeds"
 
@@ -75,3 +76,69 @@ for name, source in SOURCES.items():
 for name, source in SOURCES.items():
     write("checksum", name, struct.pack("<IIB", 1, 0, 0) + source)
     write("checksum", f"{name}_repeated", struct.pack("<IIB", 2, 0xFFFFFFFF, 250) + source)
+
+# --- Deflate streams --------------------------------------------------------------------------------------------------
+
+
+def deflated(source, level=9, strategy=zlib.Z_DEFAULT_STRATEGY):
+    compressor = zlib.compressobj(level, zlib.DEFLATED, -15, 8, strategy)
+    return compressor.compress(source) + compressor.flush()
+
+
+def words(count):
+    """Text with far and near repetitions, enough for a dynamic block of its own."""
+    vocabulary = [bytes([97 + (i * 7 + j) % 26 for j in range(1 + i % 9)]) for i in range(40)]
+    return b" ".join(vocabulary[i * i * 31 % 40] for i in range(count))
+
+
+STREAMS = {
+    "dynamic": deflated(words(300)),
+    "fixed": deflated(words(80), strategy=zlib.Z_FIXED),
+    "stored": deflated(literals(100), level=0),
+    "literals_only": deflated(words(200), strategy=zlib.Z_HUFFMAN_ONLY),
+    "runs": deflated(b"a" * 1000 + b"b" * 700, strategy=zlib.Z_RLE),
+    "incompressible": deflated(literals(256)),
+    "empty": deflated(b""),
+    "distance_too_far": b"\x4b\x04\xc2\x00\x00",
+    "no_meaning": bytes([0b00110011, 0b01100110, 0xFF, 0xFF]),
+}
+
+for name, stream in STREAMS.items():
+    write("inflate", f"{name}_whole", struct.pack("<IIBBHB", 1, 1, 15, 15, 32767, 0) + stream)
+    write("inflate", f"{name}_pieces", struct.pack("<IIBBHB", 2, 3, 3, 5, 32767, 2) + stream)
+for seed in range(8):
+    write("inflate", f"random_codes_{seed}", struct.pack("<IIBBHB", 4, seed, 5, 6, 3000, 1) + literals(200))
+
+# --- Code lengths -----------------------------------------------------------------------------------------------------
+
+FIXED = bytes([8] * 144 + [9] * 112 + [7] * 24 + [8] * 8 + [5] * 30)
+LADDER = bytes([*range(1, 15), 15, 15])
+
+
+def tables(name, literal_count, distance_count, flags, data):
+    write("inflate_tables", name, struct.pack("<HBB", literal_count, distance_count, flags) + data)
+
+
+tables("fixed", 288, 30, 0, FIXED + literals(100))
+tables("ladder", 288, 30, 0, bytes(256) + LADDER + bytes(16) + LADDER + bytes(14) + literals(100))
+tables("completed", 286, 30, 1, literals(316) + literals(100))
+tables("one_code", 257, 1, 4, bytes(256) + b"\x01\x01" + literals(20))
+tables("nothing", 288, 30, 0, bytes(318))
+tables("too_many", 289, 31, 0, bytes(320))
+
+# --- Deflate sources --------------------------------------------------------------------------------------------------
+
+for number, (name, source) in enumerate({**SOURCES, "words": words(100)}.items()):
+    for level in (0, 1, 4, 6, 9, 14, 40, 41):
+        repetition = 250 if level % 2 else 0
+        write(
+            "deflate_parse",
+            f"{name}_{level}",
+            struct.pack("<BIHHBB", level, number, 32767, 40000, number % 16, repetition) + source,
+        )
+    for flags in range(0, 16, 3):
+        write(
+            "deflate_single_pass",
+            f"{name}_{flags}",
+            struct.pack("<IHHBB", number, 4000 * number, 30000, flags, 40) + words(20)[:40] + source,
+        )

@@ -2,6 +2,8 @@
 // buffers is read or written, and every call returns.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "inflate/checked_decoder.h"
 #include "inflate/random_blocks.h"
 
@@ -233,6 +235,17 @@ TEST(InflateHostileBlocks, AnySuspendedStepIsSafe) {
                                             static_cast<uint32_t>(codes.distances.size()), &state),
                   StatusOk);
         if (random.oneIn(8)) state.tableKind = 0;
+    });
+}
+
+// Not even tables that were never built lead outside the buffers.
+TEST(InflateHostileBlocks, AnyTablesAreSafe) {
+    Random random(345);
+    requireSafety(random, 20000, [&](InflateState& state) {
+        state.tableKind = static_cast<uint32_t>(random.below(4));
+        if (random.oneIn(2)) state.maxLitLen %= 20;
+        if (random.oneIn(2)) state.maxDistLen %= 20;
+        if (random.oneIn(2)) std::memset(state.tables, static_cast<int>(random.below(256)), sizeof state.tables);
     });
 }
 

@@ -52,11 +52,11 @@ struct Foresight {
     // To ask the tables costs as much as some steps along the chain; a smaller budget does not repay it.
     static constexpr int32_t kLeastBudget = 12;
 
-    // `room` is that for records. A call that cannot get far behind the window has none: the tables are not worth a
-    // look.
+    // `room` is that for records. A call that will not get far behind the window, at the usual four bytes for a record,
+    // has none: it is not worth a look through the tables.
     Foresight(const Stream& stream, const ChainTables& tables, int64_t room) noexcept : Foresight(stream) {
         const int64_t size = stream.winSize;
-        const bool goesFar = std::min(stream.end - stream.src, 2 * room) >= 2 * size;
+        const bool goesFar = std::min(stream.end - stream.src, 4 * room) >= 2 * size;
         if (goesFar && std::has_single_bit(static_cast<uint32_t>(size)) && tables.latest() < stream.srcIdx) {
             begin = stream.src + (size - 1);
         }

@@ -4,9 +4,8 @@
 // length of each symbol in use. Extra bits are the same however the pieces are joined and are left out.
 #include "formats/deflate/block_splitter.h"
 
-#include <algorithm>
 #include <bit>
-#include <limits>
+#include <numeric>
 
 namespace ozrz::deflate {
 namespace {
@@ -25,18 +24,28 @@ inline float timesLog2(float x) {
     return x * (exponent + log);
 }
 
+// Sums in lanes, which the compiler makes vectors of; their order is fixed here, and so is the result.
 template <std::size_t n>
 float entropy(const std::array<uint32_t, n>& frequencies) {
-    float total = 0;
-    float sum = 0;
-    float used = 0;
-    for (const uint32_t frequency : frequencies) {
-        const auto f = static_cast<float>(static_cast<int32_t>(frequency));
-        total += f;
-        sum += timesLog2(f);
-        used += frequency == 0 ? 0.0F : 1.0F;
+    constexpr std::size_t kLanes = 8;
+    std::array<float, kLanes> total{};
+    std::array<float, kLanes> sum{};
+    std::array<float, kLanes> used{};
+    const auto add = [&](std::size_t i, std::size_t lane) {
+        const auto f = static_cast<float>(static_cast<int32_t>(frequencies[i]));
+        total[lane] += f;
+        sum[lane] += timesLog2(f);
+        used[lane] += f == 0.0F ? 0.0F : 1.0F;
+    };
+    std::size_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) {
+        for (std::size_t lane = 0; lane < kLanes; ++lane) add(i + lane, lane);
     }
-    return timesLog2(total) - sum + kBitsPerSymbol * used;
+    for (std::size_t lane = 0; i < n; ++i, ++lane) add(i, lane);
+    const auto all = [](const std::array<float, kLanes>& lanes) {
+        return std::accumulate(lanes.begin(), lanes.end(), 0.0F);
+    };
+    return timesLog2(all(total)) - all(sum) + kBitsPerSymbol * all(used);
 }
 
 float cost(const Histogram& histogram) { return kHeaderBits + entropy(histogram.litLen) + entropy(histogram.dist); }

@@ -15,17 +15,23 @@
 namespace ozrz::deflate {
 namespace {
 
-// The library's level of each of ours.
-constexpr std::array<int32_t, 10> kLibraryLevels{0, 1, 3, 22, 24, 15, 16, 27, 18, 19};
+// How hard each of our levels tries.
+struct Effort {
+    // The level of the library's match search: those of its thirty that no other beats in both ratio and speed.
+    int32_t searchLevel;
+    // Blocks are found as runs of pieces of so many records: enough of them that their statistics mean something, and
+    // that comparing these takes little of the time.
+    std::size_t pieceRecords;
+};
 
-// Blocks are found as runs of pieces of so many records: enough of them that their statistics mean something.
-constexpr std::size_t kPieceRecords = 1024;
+constexpr std::array<Effort, 9> kEfforts{
+    {{3, 2048}, {21, 2048}, {22, 2048}, {24, 1024}, {15, 1024}, {16, 1024}, {27, 1024}, {18, 1024}, {19, 1024}}};
 
 constexpr int32_t kFinalFlush = 2;
 
 class RecordEncoder final : public ChunkEncoder {
   public:
-    explicit RecordEncoder(int level) : level_(kLibraryLevels[static_cast<std::size_t>(level)]) {}
+    explicit RecordEncoder(int level) : effort_(kEfforts[static_cast<std::size_t>(level - 1)]) {}
 
     void encode(const Chunk& chunk, BitWriter& out) override {
         tables_.clear(chunk);
@@ -51,12 +57,12 @@ class RecordEncoder final : public ChunkEncoder {
         while (left > 0) {
             Block& block = blocks_.emplace_back();
             const uint8_t* const begin = next;
-            const auto room = static_cast<int32_t>(kPieceRecords);
+            const auto room = static_cast<int32_t>(effort_.pieceRecords);
             int32_t roomLeft = room;
             const Status status = ozrsDeflateLZ77_8u(
                 &next, &left, &index, next - kWindowSize, static_cast<int32_t>(kWindowSize), tables_.head(),
                 tables_.previous(), tables_.headSize(), block.histogram.litLen.data(), block.histogram.dist.data(),
-                lengths_.get() + records, distances_.get() + records, &roomLeft, level_, kFinalFlush);
+                lengths_.get() + records, distances_.get() + records, &roomLeft, effort_.searchLevel, kFinalFlush);
             if (status != StatusOk || next == begin) {
                 throw Error("the match search failed with status " + std::to_string(status));
             }
@@ -67,7 +73,7 @@ class RecordEncoder final : public ChunkEncoder {
         }
     }
 
-    int32_t level_;
+    const Effort effort_;
     HashTables tables_;
     std::unique_ptr<uint8_t[]> lengths_;
     std::unique_ptr<uint16_t[]> distances_;

@@ -105,11 +105,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
         }
     }
     const Search search = searchOf(choice, random);
-    const uint64_t mostBytes = 1 + random.below(uint64_t{1} << random.below(14));
-    const uint64_t mostRecords = 1 + random.below(uint64_t{1} << random.below(14));
+    uint64_t mostBytes = 1 + random.below(uint64_t{1} << random.below(14));
+    uint64_t mostRecords = 1 + random.below(uint64_t{1} << random.below(14));
     std::vector<Record> records;
     std::size_t given = 0;
-    for (std::size_t consumed = 0; consumed < source.size();) {
+    int calls = 0;
+    for (std::size_t consumed = 0; consumed < source.size(); ++calls) {
+        if (calls == 30) mostBytes = mostRecords = 100000;  // enough of small pieces
         given = std::min(source.size(), std::max(given, consumed) + random.below(mostBytes + 1));
         const bool last = given == source.size();
         const auto result =

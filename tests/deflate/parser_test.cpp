@@ -282,5 +282,25 @@ TEST(DeflateParser, GarbageInTheTablesDoesNoHarm) {
     }
 }
 
+// Nothing precedes a source whose index is negative; the window is not read then.
+TEST(DeflateParser, NegativeIndexesDoNoHarm) {
+    Random random(418);
+    for (int round = 0; round < 300; ++round) {
+        const auto kinds = sampleKinds();
+        const Bytes sample = kinds[random.below(kinds.size())].make(1 + random.below(1500), 419 + random.below(50));
+        ParserCheck parser(256 + random.below(1000), 256 + random.below(1000));
+        const int64_t index = random.oneIn(2) ? random.between(-2000, -1) : random.between(INT32_MIN, -1);
+        parser.startAt(index, {});
+        for (std::vector<int32_t>* table : {&parser.tables().head, &parser.tables().prev}) {
+            for (int32_t& entry : *table) {
+                entry = static_cast<int32_t>(random.oneIn(3) ? static_cast<int64_t>(random.next())
+                                                             : index + random.between(-1500, 1500));
+            }
+        }
+        const int32_t level = kLevels[random.below(std::size(kLevels))];
+        ASSERT_TRUE(parser.parses(sample, Search::atLevel(level), 2, kMost)) << "round " << round;
+    }
+}
+
 }  // namespace
 }  // namespace ozrdc::test::deflate

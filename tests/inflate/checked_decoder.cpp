@@ -2,6 +2,7 @@
 #include "inflate/checked_decoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace ozrdc::test::inflate {
@@ -168,7 +169,7 @@ AssertionResult CheckedDecoder::call(std::size_t sourceEnd, std::size_t room, co
 
     // The buffers. Bits of the bit buffer that are not valid hold anything.
     const std::size_t begin = position();
-    const uint64_t garbage = Random(begin).next();
+    const uint64_t garbage = Random(begin + room).next();
     const uint64_t invalid = ~uint64_t{0} << pending_;
     auto code = static_cast<uint32_t>(deflate::bitsAt(stream_, begin, pending_) | (garbage & invalid));
     uint32_t codeLength = pending_;
@@ -199,6 +200,10 @@ AssertionResult CheckedDecoder::call(std::size_t sourceEnd, std::size_t room, co
     std::fill(target.begin() + static_cast<std::ptrdiff_t>(inDestination), target.end(), uint8_t{0xEE});
     uint8_t* output = target.data() + inDestination;
     auto outputRoom = static_cast<uint32_t>(room);
+
+    // Every mode but 2 begins with a symbol.
+    static constexpr std::array<uint32_t, 5> fresh{0, 1, 3, 0x80000002, 0xFFFFFFFF};
+    if (mode_ != 2) mode_ = fresh[garbage % fresh.size()];
 
     state_->pWindow = windowSize > 0 ? window.data() : nullptr;
     state_->winSize = static_cast<uint32_t>(windowSize);

@@ -131,8 +131,8 @@ class HuffmanTree {
 // Assigns canonical codes to lengths. In: the lengths; out: each with its code below it, as in a table entry.
 void assignCodes(int32_t* entries, int32_t count) noexcept {
     constexpr int32_t kCodeBits = 16;
-    int32_t shortest;
-    int32_t longest;
+    int32_t shortest = 0;
+    int32_t longest = 0;
     ozrsMinMax_32s(entries, count, &shortest, &longest);
     ozrsLShiftC_32s_I(kCodeBits, entries, count);
     uint32_t code = 0;

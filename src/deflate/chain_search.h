@@ -43,9 +43,10 @@ inline Limits chainLimits(const Call& call) noexcept {
 // Knows when no better match can follow.
 //
 // Every four bytes in a row of a longer match must occur at the candidate, too. If no position in reach was entered
-// with their hash, there is no such candidate. That holds if this call has entered all positions in reach, as the slow
-// parser does, and if chains run back in the stream all the way: the tables did not come with indexes of positions that
-// were still to come, and no link is overwritten by that of another position in reach.
+// with their hash, there is no such candidate. That holds where this call has entered all positions in reach, as the
+// slow parser does, and chains run back in the stream. They do: the link of a position in reach was written when it was
+// entered, from a head that was entered before by this call or that came with the call, and then had no index that was
+// still to come; and with a window of 2^n bytes no other position in reach has the same link.
 struct Foresight {
     const uint8_t* begin;  // positions from here on have it
 

@@ -35,6 +35,13 @@ struct HeadTable {
     // Has the slot of a hash brought near, which is to be read soon.
     [[gnu::always_inline]] void prefetch(uint32_t slot) const noexcept { __builtin_prefetch(head + slot); }
 
+    // The latest index of all.
+    [[nodiscard]] int32_t latest() const noexcept {
+        int32_t result = kEmptySlot;
+        for (uint32_t i = 0; i <= mask; ++i) result = std::max(result, head[i]);
+        return result;
+    }
+
     // Enters an index, and returns the one that was there.
     [[gnu::always_inline]] uint32_t exchange(uint32_t slot, uint32_t index) const noexcept {
         const int32_t previous = head[slot];
@@ -54,14 +61,6 @@ struct ChainTables : HeadTable {
     // The candidate behind `index` on its chain.
     [[nodiscard, gnu::always_inline]] uint32_t before(uint32_t index) const noexcept {
         return static_cast<uint32_t>(prev[index & prevMask]);
-    }
-
-    // The latest index in either table.
-    [[nodiscard]] int32_t latest() const noexcept {
-        int32_t result = kEmptySlot;
-        for (uint32_t i = 0; i <= mask; ++i) result = std::max(result, head[i]);
-        for (uint32_t i = 0; i <= prevMask; ++i) result = std::max(result, prev[i]);
-        return result;
     }
 
     // Enters an index, and returns the one before it.

@@ -1,5 +1,6 @@
 // The match search finds, record for record, what the reference finds, whatever the sizes, the cuts and the tables.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 
@@ -257,6 +258,53 @@ TEST(DeflateParser, IndexesAreLoweredBeforeTheyRunOut) {
         ASSERT_TRUE(parser.parses(sample, Search::atLevel(level), 2, kMost)) << "round " << round;
     }
     EXPECT_GT(lowered, 100);
+}
+
+// With a source of 2^30 bytes the index is already near enough at the start of the stream. (All but the beginning is
+// zeros that take no memory.)
+TEST(DeflateParser, IndexesAreLoweredForTheLargestSources) {
+    constexpr std::size_t size = std::size_t{1} << 30;
+    void* const mapping =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (mapping == MAP_FAILED) GTEST_SKIP() << "no address space";
+    const ByteView source(static_cast<const uint8_t*>(mapping), size);
+    const Bytes text = sampleKind("text").make(5000, 420);
+    std::copy(text.begin(), text.end(), static_cast<uint8_t*>(mapping));
+    constexpr int32_t windowSize = 1024;
+    constexpr int32_t records = 1000;
+    for (const int32_t level : {0, 1, 4, 5, 9}) {
+        for (const int32_t index : {0, 100, 1024, 5000}) {
+            const Bytes history = sampleKind("text").make(static_cast<std::size_t>(std::min(index, windowSize)), 421);
+            HashTables expected(512, windowSize);
+            updateHash(history, index - std::ssize(history), level % 10 != 0, expected);
+            HashTables tables = expected;
+            const Parsed parsed =
+                parse({source, index, history, records, false}, strategyOf(level), effortOf(level), expected);
+
+            const GuardedBuffer window(history);
+            const uint8_t* at = source.data();
+            auto left = static_cast<int32_t>(size);
+            int32_t newIndex = index;
+            int32_t room = records;
+            std::vector<uint32_t> literalCounts(286);
+            std::vector<uint32_t> distanceCounts(30);
+            Bytes literals(records);
+            std::vector<uint16_t> distances(records);
+            ASSERT_EQ(ozrsDeflateLZ77_8u(&at, &left, &newIndex, window.data(), windowSize, tables.head.data(),
+                                         tables.prev.data(), 512, literalCounts.data(), distanceCounts.data(),
+                                         literals.data(), distances.data(), &room, level, 0),
+                      StatusOk);
+            EXPECT_EQ(newIndex, parsed.sourceIndex);
+            EXPECT_EQ(at - source.data(), parsed.consumed);
+            EXPECT_EQ(newIndex, windowSize + parsed.consumed);
+            EXPECT_EQ(room, 0);
+            EXPECT_EQ(tables, expected);
+            for (std::size_t i = 0; i < parsed.records.size(); ++i) {
+                ASSERT_EQ(distances[i], parsed.records[i].distance) << "level " << level << ", record " << i;
+            }
+        }
+    }
+    munmap(mapping, size);
 }
 
 // --- Tables that hold anything --------------------------------------------------------------------------------------

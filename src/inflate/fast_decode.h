@@ -45,17 +45,23 @@ static_assert(kRefill - (deflate::kMaxCodeLength - kDistRootBits + kMaxDistExtra
 constexpr unsigned kPassBits = 3 * entry::kMaxBitsToTake + kLitLenRootBits + kDistRootBits;
 constexpr ptrdiff_t kSourceMargin = (kPassBits + 7) / 8 + 8;
 
+// The longest match that an entry can stand for, even one that was never built.
+constexpr unsigned kLengthExtraBitsMask = 7;
+static_assert(kMaxLengthExtraBits <= kLengthExtraBitsMask);
+constexpr unsigned kMaxLengthExtra = (1U << kLengthExtraBitsMask) - 1;
+constexpr unsigned kMaxEntryLength = deflate::kMinMatch + 0xFF + kMaxLengthExtra;
+
 // A pass stores three literals and a match at most.
 constexpr ptrdiff_t kLiterals = 3;
 
 // The loop has two versions. As long as there is room for the longest match, and for what its copy writes too much, no
-// match is checked. Towards the end of the destination each is, and copied exactly.
+// match is checked for it. Towards the end of the destination each is, and copied exactly.
 enum class Room { kAmple, kScarce };
 
 template <Room kRoom>
 constexpr ptrdiff_t kDestinationMargin = kLiterals;
 template <>
-inline constexpr ptrdiff_t kDestinationMargin<Room::kAmple> = kLiterals + deflate::kMaxMatch + ShortCopy::overwrite;
+inline constexpr ptrdiff_t kDestinationMargin<Room::kAmple> = kLiterals + kMaxEntryLength + ShortCopy::overwrite;
 
 // Masks of the low bits.
 constexpr auto MaskBits = [] {
@@ -101,6 +107,12 @@ class BitCursor {
     [[gnu::always_inline]] [[nodiscard]] uint64_t extra(Entry e) const noexcept {
         return (bits_ & MaskBits[entry::bitsToTake(e) + kFront]) >> entry::codeBits(e) >> kFront;
     }
+    // The same behind the code of a length, which has few: also an entry that was never built adds no more than their
+    // mask.
+    [[gnu::always_inline]] [[nodiscard]] uint64_t lengthExtra(Entry e) const noexcept {
+        const uint64_t extraBits = (entry::bitsToTake(e) - entry::codeBits(e)) & kLengthExtraBitsMask;
+        return bits_ >> kFront >> entry::codeBits(e) & MaskBits[extraBits];
+    }
     // The position, less the bits in front.
     [[gnu::always_inline]] [[nodiscard]] uint64_t front() const noexcept { return front_; }
     void goTo(uint64_t front) noexcept { front_ = front; }
@@ -110,6 +122,17 @@ class BitCursor {
     uint64_t front_;
     uint64_t bits_ = 0;
 };
+
+// No distance of an entry, not even of one that was never built, is this long.
+constexpr uintptr_t kAnyDistance = uintptr_t{1} << 32;
+
+// Whether a match begins before the address `lowest`. The shorter form takes it that the difference does not wrap, that
+// is, that the destination lies behind the first `kAnyDistance` bytes of the address space.
+template <Room kRoom>
+[[gnu::always_inline]] inline bool startsBefore(const uint8_t* op, uint64_t distance, uintptr_t lowest) noexcept {
+    const auto here = reinterpret_cast<uintptr_t>(op);
+    return kRoom == Room::kAmple ? here - distance < lowest : distance > here - lowest;
+}
 
 template <Room kRoom>
 void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
@@ -167,7 +190,7 @@ void decodeFast(const GeneralLayout& tables, Source& source, Output& output, con
                 in.goTo(start);
                 break;
             }
-            length = entry::length(e) + in.extra(e);
+            length = entry::length(e) + in.lengthExtra(e);
             in.take(e);
             e = 0;  // nothing more to take
         }
@@ -194,7 +217,7 @@ void decodeFast(const GeneralLayout& tables, Source& source, Output& output, con
             in.goTo(start);
             break;
         }
-        if (reinterpret_cast<uintptr_t>(op) - distance < lowest) [[unlikely]] {
+        if (startsBefore<kRoom>(op, distance, lowest)) [[unlikely]] {
             if (!history.reaches(op, distance)) {
                 in.goTo(start);
                 break;
@@ -221,7 +244,8 @@ inline bool roomForFastLoop(const Source& source, const Output& output) noexcept
 }
 
 inline void decodeFast(const GeneralLayout& tables, Source& source, Output& output, const History& history) noexcept {
-    if (output.end - output.op >= kDestinationMargin<Room::kAmple>) {
+    if (output.end - output.op >= kDestinationMargin<Room::kAmple> &&
+        reinterpret_cast<uintptr_t>(output.op) >= kAnyDistance) [[likely]] {
         decodeFast<Room::kAmple>(tables, source, output, history);
         if (!roomForFastLoop(source, output)) return;
     }

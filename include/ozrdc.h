@@ -827,6 +827,125 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
                       InflateState* pState) OZRDC_NOEXCEPT;
 
 /** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Block sorting: run lengths
+ *
+ * The stages of a bzip2 compressor and decompressor, each a primitive of its own. The caller keeps the blocks, writes and
+ * reads stream and block headers, and computes the CRCs with ozrsCRC32_BZ2_8u.
+ *
+ * The first stage of compression, and the last of decompression, is a run-length code: four equal bytes are followed by
+ * one that counts how many more of them there are. A count is 0 to 255, so that one group stands for 4 to 259 bytes; a
+ * longer run goes on as a new one. (The bzip2 command writes counts up to 251 only, and reads these.)
+ *
+ * The encoder takes a block in pieces of any size. The decoder gives it out in pieces of any size, but has to be given
+ * the run-length code of a block whole: a group that is cut by the end of a source is not put together again.
+ *  @{ */
+
+/** State of either direction. Its size is that of ozrsRLEGetSize_BZ2_8u, its alignment that of a 32-bit integer. */
+typedef struct RLEState RLEState;
+
+/**
+ * Tells the size of an `RLEState` in bytes.
+ *
+ * @param[out] pSize  The size: 264.
+ * @retval StatusOk           `*pSize` was set.
+ * @retval StatusNullPointer  `pSize` is null.
+ */
+Status ozrsRLEGetSize_BZ2_8u(int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state for the encoding of a block: no run, no byte value in use.
+ *
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ */
+Status ozrsEncodeRLEInit_BZ2_8u(RLEState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes the next bytes of a block. A run that reaches the end of the source stays open, for the next call or the flush.
+ *
+ * @param[in,out] ppSrc    The source; advanced by the bytes encoded.
+ * @param[in,out] pSrcLen  Its length in bytes, at least 1; decreased by the bytes encoded.
+ * @param[out]    pDst     The destination. It never gets more than 5/4 of the bytes encoded, and one.
+ * @param[in,out] pDstLen  Its size in bytes, at least 1; on return the number of bytes written.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               All of the source was encoded.
+ * @retval StatusDestinationFull  The destination is full, and source is left.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        A length is below 1.
+ */
+Status ozrsEncodeRLE_BZ2_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen,
+                            RLEState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Ends a block: writes the count of the run that is open, if it has four bytes or more.
+ *
+ * The state remembers the last byte: a new block needs ozrsEncodeRLEInit_BZ2_8u.
+ *
+ * @param[out]    pDst     Where the next byte of the block goes.
+ * @param[in,out] pDstLen  Room for it, at least 1; on return the number of bytes written, 0 or 1.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk           The block is complete.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `*pDstLen` is below 1.
+ */
+Status ozrsEncodeRLEFlush_BZ2_8u(uint8_t* pDst, int32_t* pDstLen, RLEState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Tells which byte values the encoder has written, bytes and counts, since the state was prepared.
+ *
+ * @param[out] pInUse  256 bytes: 1 for each value that occurs, 0 for the others. May overlap the state; the bytes are
+ *                     copied one by one, in ascending order.
+ * @param[in]  pState  The state.
+ * @retval StatusOk           The table was written.
+ * @retval StatusNullPointer  A pointer is null.
+ */
+Status ozrsRLEGetInUseTable_8u(uint8_t pInUse[256], const RLEState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state for the decoding of a block. The table of values in use is left as it was.
+ *
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ */
+Status ozrsDecodeRLEStateInit_BZ2_8u(RLEState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes the run-length code of a block. Any bytes are valid.
+ *
+ * What the destination has no room for of a run is owed: the next call, or the flush, begins with it. The last three
+ * bytes of a source hold no group and are copied; four equal bytes at its very end, without a count, stand for
+ * themselves.
+ *
+ * @param[in,out] ppSrc    The source; advanced by the bytes decoded.
+ * @param[in,out] pSrcLen  Its length in bytes, at least 1; decreased by the bytes decoded.
+ * @param[in,out] ppDst    The destination; advanced by the bytes written.
+ * @param[in,out] pDstLen  Room left in it, at least 1 byte; decreased by the bytes written.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               No bytes are owed, and less than four bytes of the source, if any, are left because the
+ *                                destination is full.
+ * @retval StatusDestinationFull  The destination is full. The source may be used up, with bytes owed.
+ * @retval StatusNullPointer      A pointer, `*ppSrc` or `*ppDst` is null.
+ * @retval StatusSizeError        A length is below 1.
+ */
+Status ozrsDecodeRLEState_BZ2_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, int32_t* pDstLen,
+                                 RLEState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Writes the bytes that the decoder owes.
+ *
+ * @param[in,out] pState   The state.
+ * @param[in,out] ppDst    The destination; advanced by the bytes written.
+ * @param[in,out] pDstLen  Room left in it, in bytes; decreased by the bytes written.
+ * @retval StatusOk               All is written.
+ * @retval StatusDestinationFull  The destination is full, and more bytes are owed.
+ * @retval StatusNullPointer      A pointer, or `*ppDst`, is null.
+ */
+Status ozrsDecodeRLEStateFlush_BZ2_8u(RLEState* pState, uint8_t** ppDst, int32_t* pDstLen) OZRDC_NOEXCEPT;
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -377,6 +377,80 @@ Bytes inflate(const Library& library, uint64_t seed) {
     return results;
 }
 
+// --- Block sorting: run lengths -------------------------------------------------------------------------------------
+
+// Memory for a state of the size that the library asks for.
+class State {
+  public:
+    explicit State(int32_t size) : words_(static_cast<std::size_t>(size) / sizeof(uint64_t) + 1) {}
+    template <typename T>
+    T* as() {
+        return reinterpret_cast<T*>(words_.data());
+    }
+
+  private:
+    std::vector<uint64_t> words_;
+};
+
+State runLengthState(const Library& library) {
+    int32_t size = 0;
+    library.ozrsRLEGetSize_BZ2_8u(&size);
+    return State(size);
+}
+
+// Encodes the data in two pieces, flushes the run, and gives the values in use.
+struct RunLengthCode {
+    Bytes bytes;
+    Bytes inUse = Bytes(256);
+    Results results;
+
+    RunLengthCode(const Library& library, uint64_t seed) {
+        const Bytes source = data(seed);
+        State state = runLengthState(library);
+        auto* const rle = state.as<RLEState>();
+        results << library.ozrsEncodeRLEInit_BZ2_8u(rle);
+        bytes.resize(2 * source.size());
+        const uint8_t* at = source.data();
+        std::size_t total = 0;
+        for (int32_t left : {300, sizeOf(source) - 300}) {
+            auto room = static_cast<int32_t>(bytes.size() - total);
+            results << library.ozrsEncodeRLE_BZ2_8u(&at, &left, bytes.data() + total, &room, rle) << left;
+            total += static_cast<std::size_t>(room);
+        }
+        int32_t room = 1;
+        results << library.ozrsEncodeRLEFlush_BZ2_8u(bytes.data() + total, &room, rle);
+        bytes.resize(total + static_cast<std::size_t>(room));
+        results << library.ozrsRLEGetInUseTable_8u(inUse.data(), rle) << bytes << inUse;
+    }
+};
+
+Bytes encodeRunLengths(const Library& library, uint64_t seed) { return RunLengthCode(library, seed).results; }
+
+Bytes runLengthSize(const Library& library, uint64_t /*seed*/) {
+    int32_t size = 0;
+    const Status status = library.ozrsRLEGetSize_BZ2_8u(&size);
+    return Results() << status << size;
+}
+
+// Decodes the data as if it were run-length code, into a destination that may be too small.
+Bytes decodeRunLengths(const Library& library, uint64_t seed) {
+    const Bytes source = data(seed);
+    State state = runLengthState(library);
+    auto* const rle = state.as<RLEState>();
+    Results results;
+    results << library.ozrsDecodeRLEStateInit_BZ2_8u(rle);
+    const uint8_t* at = source.data();
+    int32_t left = sizeOf(source);
+    Bytes target(source.size() + 1000);
+    uint8_t* output = target.data();
+    auto room = static_cast<int32_t>(target.size() - 500);
+    results << library.ozrsDecodeRLEState_BZ2_8u(&at, &left, &output, &room, rle) << left << room;
+    room += 500;
+    results << library.ozrsDecodeRLEStateFlush_BZ2_8u(rle, &output, &room);
+    target.resize(target.size() - static_cast<std::size_t>(room));
+    return results << target;
+}
+
 // --- Library --------------------------------------------------------------------------------------------------------
 
 Bytes version(const Library& library, uint64_t /*seed*/) {
@@ -421,6 +495,14 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsDeflateLZ77Fastest_8u", encodeWithFixedCode},
         {"ozrsInflateBuildHuffTable", buildTables},
         {"ozrsInflate_8u", inflate},
+        {"ozrsRLEGetSize_BZ2_8u", runLengthSize},
+        {"ozrsEncodeRLEInit_BZ2_8u", encodeRunLengths},
+        {"ozrsEncodeRLE_BZ2_8u", encodeRunLengths},
+        {"ozrsEncodeRLEFlush_BZ2_8u", encodeRunLengths},
+        {"ozrsRLEGetInUseTable_8u", encodeRunLengths},
+        {"ozrsDecodeRLEStateInit_BZ2_8u", decodeRunLengths},
+        {"ozrsDecodeRLEState_BZ2_8u", decodeRunLengths},
+        {"ozrsDecodeRLEStateFlush_BZ2_8u", decodeRunLengths},
         {"ozrdcGetLibVersion", version},
     };
     return exercises;

@@ -1,0 +1,38 @@
+// Plain models of the block-sorting stages: byte at a time, symbol at a time, bit at a time, sharing nothing with the
+// library.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "ozrdc.h"
+
+namespace ozrdc::test::bz2 {
+
+using Bytes = std::vector<uint8_t>;
+using Symbols = std::vector<uint16_t>;
+
+// --- Run lengths ----------------------------------------------------------------------------------------------------
+
+// The encoder of a block, with all that its state keeps.
+struct RunLengthEncoder {
+    std::array<uint8_t, 256> inUse{};
+    int previous = -1;
+    int run = 0;
+
+    // What one call does: bytes written; the source is cut by what it consumes.
+    Bytes encode(std::span<const uint8_t>& source, std::size_t capacity);
+    Bytes flush();
+};
+
+struct RunLengthDecoder {
+    int previous = -1;
+    int64_t owed = 0;
+
+    Bytes decode(std::span<const uint8_t>& source, std::size_t capacity, Status& status);
+};
+
+}  // namespace ozrdc::test::bz2

@@ -830,8 +830,8 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
 /* ---------------------------------------------------------------------------------------------------------------- */
 /** @name Block sorting: run lengths
  *
- * The stages of a bzip2 compressor and decompressor, each a primitive of its own. The caller keeps the blocks, writes and
- * reads stream and block headers, and computes the CRCs with ozrsCRC32_BZ2_8u.
+ * The stages of a bzip2 compressor and decompressor, each a primitive of its own. The caller keeps the blocks, writes
+ * and reads stream and block headers, and computes the CRCs with ozrsCRC32_BZ2_8u.
  *
  * The first stage of compression, and the last of decompression, is a run-length code: four equal bytes are followed by
  * one that counts how many more of them there are. A count is 0 to 255, so that one group stands for 4 to 259 bytes; a
@@ -863,7 +863,8 @@ Status ozrsRLEGetSize_BZ2_8u(int32_t* pSize) OZRDC_NOEXCEPT;
 Status ozrsEncodeRLEInit_BZ2_8u(RLEState* pState) OZRDC_NOEXCEPT;
 
 /**
- * Encodes the next bytes of a block. A run that reaches the end of the source stays open, for the next call or the flush.
+ * Encodes the next bytes of a block. A run that reaches the end of the source stays open, for the next call or the
+ * flush.
  *
  * @param[in,out] ppSrc    The source; advanced by the bytes encoded.
  * @param[in,out] pSrcLen  Its length in bytes, at least 1; decreased by the bytes encoded.
@@ -924,8 +925,8 @@ Status ozrsDecodeRLEStateInit_BZ2_8u(RLEState* pState) OZRDC_NOEXCEPT;
  * @param[in,out] ppDst    The destination; advanced by the bytes written.
  * @param[in,out] pDstLen  Room left in it, at least 1 byte; decreased by the bytes written.
  * @param[in,out] pState   The state.
- * @retval StatusOk               No bytes are owed, and less than four bytes of the source, if any, are left because the
- *                                destination is full.
+ * @retval StatusOk               No bytes are owed, and less than four bytes of the source, if any, are left because
+ * the destination is full.
  * @retval StatusDestinationFull  The destination is full. The source may be used up, with bytes owed.
  * @retval StatusNullPointer      A pointer, `*ppSrc` or `*ppDst` is null.
  * @retval StatusSizeError        A length is below 1.
@@ -944,6 +945,95 @@ Status ozrsDecodeRLEState_BZ2_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_
  * @retval StatusNullPointer      A pointer, or `*ppDst`, is null.
  */
 Status ozrsDecodeRLEStateFlush_BZ2_8u(RLEState* pState, uint8_t** ppDst, int32_t* pDstLen) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Block sorting: move-to-front and dictionary
+ *
+ * The dictionary of a block renames the byte values that occur to 0, 1, 2, ... in ascending order. Move-to-front coding
+ * replaces each byte by its position in a list of all values, and moves it to the front of the list.
+ *
+ * A long sequence may be coded in several calls. The state is the identity in the beginning, for both directions; then
+ * it holds the rank of every value for the encoder, and the list of values for the decoder, so that a state that one
+ * direction has used must not be given to the other.
+ *  @{ */
+
+/** State of either direction: 256 bytes at any address. */
+typedef struct MTFState MTFState;
+
+/**
+ * Tells the size of an `MTFState` in bytes.
+ *
+ * @param[out] pSize  The size: 256.
+ * @retval StatusOk           `*pSize` was set.
+ * @retval StatusNullPointer  `pSize` is null.
+ */
+Status ozrsMTFGetSize_8u(int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state: byte i is i.
+ *
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ */
+Status ozrsMTFInit_8u(MTFState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Move-to-front coding: replaces each byte by its rank.
+ *
+ * @param[in]     pSrc    The bytes.
+ * @param[out]    pDst    Their ranks; may be the source itself.
+ * @param[in]     len     Number of bytes, at least 1.
+ * @param[in,out] pState  Byte v is the rank of value v.
+ * @retval StatusOk           The ranks were written.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsMTFFwd_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, MTFState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Undoes move-to-front coding: replaces each rank by the byte that has it.
+ *
+ * @param[in]     pSrc    The ranks.
+ * @param[out]    pDst    The bytes; may be the source itself.
+ * @param[in]     len     Number of ranks, at least 1.
+ * @param[in,out] pState  Byte k is the value of rank k.
+ * @retval StatusOk           The bytes were written.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsMTFInv_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, MTFState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Renames the bytes of a block: each becomes the number of values in use that are below it. A value that is not in use
+ * is renamed like the next one that is.
+ *
+ * @param[in]     pInUse           256 bytes: 1 for each value in use, 0 for the others.
+ * @param[in,out] pSrcDst          The bytes.
+ * @param[in]     len              Their number, at least 1.
+ * @param[out]    pSizeDictionary  The number of values in use, 0 to 256.
+ * @retval StatusOk           The bytes were renamed.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsReduceDictionary_8u_I(const uint8_t pInUse[256], uint8_t* pSrcDst, int32_t len,
+                                 int32_t* pSizeDictionary) OZRDC_NOEXCEPT;
+
+/**
+ * Gives the bytes of a block their old values back.
+ *
+ * @param[in]     pInUse          256 bytes: 1 for each value in use, 0 for the others.
+ * @param[in,out] pSrcDst         The bytes. One that is not below `sizeDictionary` gets an unspecified value.
+ * @param[in]     len             Their number, at least 1.
+ * @param[in]     sizeDictionary  The number of values in use.
+ * @retval StatusOk           The bytes were renamed.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `len` or `sizeDictionary` is below 1.
+ * @retval StatusError        `sizeDictionary` is not the number of values in use; the bytes are unchanged.
+ */
+Status ozrsExpandDictionary_8u_I(const uint8_t pInUse[256], uint8_t* pSrcDst, int32_t len,
+                                 int32_t sizeDictionary) OZRDC_NOEXCEPT;
 
 /** @} */
 

@@ -2,6 +2,7 @@
 #include "bz2/reference_stages.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace ozrdc::test::bz2 {
 
@@ -76,6 +77,26 @@ Bytes RunLengthDecoder::decode(std::span<const uint8_t>& source, std::size_t cap
     }
     status = StatusOk;
     return written;
+}
+
+MoveToFront::MoveToFront() { std::iota(list.begin(), list.end(), uint8_t{0}); }
+
+uint8_t MoveToFront::encode(uint8_t value) {
+    const auto at = std::find(list.begin(), list.end(), value);
+    const auto rank = static_cast<uint8_t>(at - list.begin());
+    std::rotate(list.begin(), at, at + 1);
+    return rank;
+}
+
+uint8_t MoveToFront::decode(uint8_t rank) {
+    std::rotate(list.begin(), list.begin() + rank, list.begin() + rank + 1);
+    return list.front();
+}
+
+std::array<uint8_t, 256> MoveToFront::ranks() const {
+    std::array<uint8_t, 256> result{};
+    for (std::size_t rank = 0; rank < 256; ++rank) result[list[rank]] = static_cast<uint8_t>(rank);
+    return result;
 }
 
 }  // namespace ozrdc::test::bz2

@@ -35,4 +35,16 @@ struct RunLengthDecoder {
     Bytes decode(std::span<const uint8_t>& source, std::size_t capacity, Status& status);
 };
 
+// --- Move-to-front --------------------------------------------------------------------------------------------------
+
+// The list of byte values, in order of rank.
+struct MoveToFront {
+    std::array<uint8_t, 256> list;
+
+    MoveToFront();
+    uint8_t encode(uint8_t value);
+    uint8_t decode(uint8_t rank);
+    std::array<uint8_t, 256> ranks() const;
+};
+
 }  // namespace ozrdc::test::bz2

@@ -451,6 +451,34 @@ Bytes decodeRunLengths(const Library& library, uint64_t seed) {
     return results << target;
 }
 
+// --- Block sorting: move-to-front and dictionary
+// ----------------------------------------------------------------------
+
+template <auto function>
+Bytes moveToFront(const Library& library, uint64_t seed) {
+    const Bytes source = data(seed);
+    int32_t size = 0;
+    Results results;
+    results << library.ozrsMTFGetSize_8u(&size) << size;
+    State memory(size);
+    auto* const state = memory.as<MTFState>();
+    results << library.ozrsMTFInit_8u(state);
+    Bytes target(source.size());
+    results << (library.*function)(source.data(), target.data(), 400, state);
+    results << (library.*function)(source.data() + 400, target.data() + 400, sizeOf(source) - 400, state);
+    return results << target << Bytes(memory.as<uint8_t>(), memory.as<uint8_t>() + size);
+}
+
+Bytes renameBytes(const Library& library, uint64_t seed) {
+    Bytes bytes = data(seed);
+    Bytes inUse(256);
+    for (const uint8_t byte : bytes) inUse[byte] = 1;
+    int32_t size = 0;
+    Results results;
+    results << library.ozrsReduceDictionary_8u_I(inUse.data(), bytes.data(), sizeOf(bytes), &size) << size << bytes;
+    return results << library.ozrsExpandDictionary_8u_I(inUse.data(), bytes.data(), sizeOf(bytes), size) << bytes;
+}
+
 // --- Library --------------------------------------------------------------------------------------------------------
 
 Bytes version(const Library& library, uint64_t /*seed*/) {
@@ -503,6 +531,12 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsDecodeRLEStateInit_BZ2_8u", decodeRunLengths},
         {"ozrsDecodeRLEState_BZ2_8u", decodeRunLengths},
         {"ozrsDecodeRLEStateFlush_BZ2_8u", decodeRunLengths},
+        {"ozrsMTFGetSize_8u", moveToFront<&Library::ozrsMTFFwd_8u>},
+        {"ozrsMTFInit_8u", moveToFront<&Library::ozrsMTFInv_8u>},
+        {"ozrsMTFFwd_8u", moveToFront<&Library::ozrsMTFFwd_8u>},
+        {"ozrsMTFInv_8u", moveToFront<&Library::ozrsMTFInv_8u>},
+        {"ozrsReduceDictionary_8u_I", renameBytes},
+        {"ozrsExpandDictionary_8u_I", renameBytes},
         {"ozrdcGetLibVersion", version},
     };
     return exercises;

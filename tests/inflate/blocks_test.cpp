@@ -210,7 +210,7 @@ TEST(InflateBlocks, CallsMayFindNothingToDo) {
 TEST(InflateBlocks, BothMayBeCutAnywhereWithAnyBitsPendingAndTheHistoryAnywhere) {
     Random random(317);
     unsigned modes = 0;
-    for (int round = 0; round < 800; ++round) {
+    for (int round = 0; round < 400; ++round) {
         const Block block = makeBlock(random, random.below(random.oneIn(10) ? 20000 : 3000), random.below(40));
         const uint64_t mostSource = 1 + random.below(uint64_t{1} << random.below(13));
         const uint64_t mostRoom = 1 + random.below(uint64_t{1} << random.below(14));

@@ -21,12 +21,20 @@ template <Candidates candidates, Part part>
     const View<part> view{stream, limits};
     const Foresight noForesight(stream);
     Records records = shared;
-    uint32_t slot = tables.hash(p);
+    uint32_t slot = tables.hash(p);  // of the next position
+    // Fetches what its search begins with: the slot, or, if that is all there is to look at, the candidate's bytes.
+    const auto fetch = [&](uint32_t index) noexcept {
+        if (candidates == Candidates::One) {
+            tables.prefetchCandidate(slot, p, index);
+        } else {
+            tables.prefetch(slot);
+        }
+    };
     while (p < end && records.room() > 0) {
         const uint32_t index = stream.indexOf(p);
         const uint32_t candidate = tables.insert(slot, index);
         slot = tables.hash(view.hashable(p + 1));
-        tables.prefetch(slot);
+        fetch(index);
         const Match match = candidates == Candidates::One
                                 ? matchAt(view, p, index - candidate)
                                 : searchChain<Rules::Fast>(view, tables, effort, noForesight, p, index, candidate,
@@ -39,7 +47,7 @@ template <Candidates candidates, Part part>
         const uint8_t* const entered = p + 1;
         p += match.length;
         slot = tables.hash(view.hashable(p));
-        tables.prefetch(slot);
+        fetch(index);
         // Long matches are mostly followed by others like them, and these are found by their starts.
         if (match.length <= effort.maxLazy) tables.insertAll(entered, index + 1, view.enterable(p) - entered);
     }

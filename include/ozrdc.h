@@ -1042,3 +1042,51 @@ Status ozrsExpandDictionary_8u_I(const uint8_t pInUse[256], uint8_t* pSrcDst, in
 #endif
 
 #endif /* OZRDC_H */
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Block sorting: zero runs
+ *
+ * Ranks of move-to-front coding become 16-bit symbols. A run of n zeros is written in the digits RUNA (0) and RUNB (1),
+ * which count 1 and 2, least significant first; a rank v above 0 is the symbol v + 1. The symbol that ends a block is
+ * the caller's to append and to remove.
+ *
+ * Nothing is kept between calls. The encoder closes the run at the end of a call, and the digits of two adjacent runs
+ * would read as one number: a block has to be given whole, with a destination that takes all of it.
+ *  @{ */
+
+/**
+ * Codes ranks as symbols, and counts them.
+ *
+ * A run whose digits do not fit is cut: as many of its zeros are coded as the digits that fit can express.
+ *
+ * @param[in,out] ppSrc    The ranks; advanced by those coded.
+ * @param[in,out] pSrcLen  Their number, at least 1; decreased by those coded.
+ * @param[out]    pDst     The symbols. There are never more than ranks.
+ * @param[in,out] pDstLen  Room for symbols, at least 1; on return the number written.
+ * @param[in,out] pFreq    257 counters, which each symbol written increments; the caller clears them for a new block.
+ * @retval StatusOk               All ranks were coded.
+ * @retval StatusDestinationFull  The destination is full, and ranks are left.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        A length is below 1.
+ */
+Status ozrsEncodeZ1Z2_BZ2_8u16u(const uint8_t** ppSrc, int32_t* pSrcLen, uint16_t* pDst, int32_t* pDstLen,
+                                uint32_t* pFreq) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes symbols to ranks.
+ *
+ * A run that does not fit is left in the source, all of its digits. One that just fits is written, and the rank behind
+ * it is left. Of a symbol above 256 the low eight bits, less 1, are the rank.
+ *
+ * @param[in,out] ppSrc    The symbols; advanced by those decoded.
+ * @param[in,out] pSrcLen  Their number, at least 1; decreased by those decoded.
+ * @param[out]    pDst     The ranks.
+ * @param[in,out] pDstLen  Room for ranks, at least 1; on return the number written.
+ * @retval StatusOk               All symbols were decoded.
+ * @retval StatusDestinationFull  The next run, or the next rank, does not fit.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        A length is below 1.
+ */
+Status ozrsDecodeZ1Z2_BZ2_16u8u(const uint16_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst,
+                                int32_t* pDstLen) OZRDC_NOEXCEPT;
+

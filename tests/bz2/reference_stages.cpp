@@ -99,4 +99,51 @@ std::array<uint8_t, 256> MoveToFront::ranks() const {
     return result;
 }
 
+Symbols zeroRunDigits(uint64_t run) {
+    Symbols digits;
+    for (; run > 0; run = (run - 1) / 2) digits.push_back(static_cast<uint16_t>((run - 1) & 1));
+    return digits;
+}
+
+Symbols encodeZeroRuns(std::span<const uint8_t>& ranks, std::size_t capacity, std::span<uint32_t> frequencies) {
+    Symbols written;
+    while (!ranks.empty()) {
+        std::size_t run = 0;
+        while (run < ranks.size() && ranks[run] == 0) ++run;
+        const bool toTheEnd = run == ranks.size();
+        const std::size_t wanted = run;
+        while (written.size() + zeroRunDigits(run).size() > capacity) --run;
+        for (const uint16_t digit : zeroRunDigits(run)) written.push_back(digit);
+        ranks = ranks.subspan(run);
+        if (run < wanted || toTheEnd || written.size() == capacity) break;
+        written.push_back(static_cast<uint16_t>(ranks.front() + 1));
+        ranks = ranks.subspan(1);
+    }
+    for (const uint16_t symbol : written) ++frequencies[symbol];
+    return written;
+}
+
+Bytes decodeZeroRuns(std::span<const uint16_t>& symbols, std::size_t capacity, Status& status) {
+    Bytes written;
+    status = StatusDestinationFull;
+    while (!symbols.empty()) {
+        // The value of digit k is 2^k or twice that: beyond 40 digits no test has room.
+        std::size_t digits = 0;
+        uint64_t run = 0;
+        while (digits < symbols.size() && symbols[digits] < 2) {
+            if (digits < 40) run += (symbols[digits] + uint64_t{1}) << digits;
+            ++digits;
+        }
+        if (written.size() + run > capacity) return written;
+        written.insert(written.end(), run, 0);
+        symbols = symbols.subspan(digits);
+        if (symbols.empty()) break;
+        if (written.size() == capacity) return written;
+        written.push_back(static_cast<uint8_t>(symbols.front() - 1));
+        symbols = symbols.subspan(1);
+    }
+    status = StatusOk;
+    return written;
+}
+
 }  // namespace ozrdc::test::bz2

@@ -47,4 +47,15 @@ struct MoveToFront {
     std::array<uint8_t, 256> ranks() const;
 };
 
+// --- Zero runs ------------------------------------------------------------------------------------------------------
+
+// The digits of a run.
+Symbols zeroRunDigits(uint64_t run);
+
+// What one call of the encoder does: symbols written; `ranks` is cut by what it consumes, `frequencies` counts.
+Symbols encodeZeroRuns(std::span<const uint8_t>& ranks, std::size_t capacity, std::span<uint32_t> frequencies);
+
+// What one call of the decoder does: ranks written; `symbols` is cut by what it consumes.
+Bytes decodeZeroRuns(std::span<const uint16_t>& symbols, std::size_t capacity, Status& status);
+
 }  // namespace ozrdc::test::bz2

@@ -478,6 +478,38 @@ Bytes renameBytes(const Library& library, uint64_t seed) {
     results << library.ozrsReduceDictionary_8u_I(inUse.data(), bytes.data(), sizeOf(bytes), &size) << size << bytes;
     return results << library.ozrsExpandDictionary_8u_I(inUse.data(), bytes.data(), sizeOf(bytes), size) << bytes;
 }
+// --- Block sorting: zero runs ---------------------------------------------------------------------------------------
+
+using Symbols = std::vector<uint16_t>;
+
+Bytes encodeZeroRuns(const Library& library, uint64_t seed) {
+    const Bytes source = data(seed);
+    const uint8_t* at = source.data();
+    int32_t left = sizeOf(source);
+    Symbols symbols(source.size() - 100);
+    auto written = static_cast<int32_t>(symbols.size());
+    std::vector<uint32_t> frequencies(257);
+    Results results;
+    results << library.ozrsEncodeZ1Z2_BZ2_8u16u(&at, &left, symbols.data(), &written, frequencies.data()) << left;
+    symbols.resize(static_cast<std::size_t>(written));
+    for (const uint16_t symbol : symbols) results << symbol;
+    for (const uint32_t count : frequencies) results << count;
+    return results;
+}
+
+Bytes decodeZeroRuns(const Library& library, uint64_t seed) {
+    Symbols symbols;
+    for (const uint8_t byte : data(seed)) symbols.push_back(byte);
+    const uint16_t* at = symbols.data();
+    auto left = static_cast<int32_t>(symbols.size());
+    Bytes ranks(symbols.size());
+    int32_t written = sizeOf(ranks);
+    Results results;
+    results << library.ozrsDecodeZ1Z2_BZ2_16u8u(&at, &left, ranks.data(), &written) << left;
+    ranks.resize(static_cast<std::size_t>(written));
+    return results << ranks;
+}
+
 
 // --- Library --------------------------------------------------------------------------------------------------------
 
@@ -536,6 +568,8 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsMTFFwd_8u", moveToFront<&Library::ozrsMTFFwd_8u>},
         {"ozrsMTFInv_8u", moveToFront<&Library::ozrsMTFInv_8u>},
         {"ozrsReduceDictionary_8u_I", renameBytes},
+        {"ozrsEncodeZ1Z2_BZ2_8u16u", encodeZeroRuns},
+        {"ozrsDecodeZ1Z2_BZ2_16u8u", decodeZeroRuns},
         {"ozrsExpandDictionary_8u_I", renameBytes},
         {"ozrdcGetLibVersion", version},
     };

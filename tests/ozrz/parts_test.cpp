@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
 #include "error.h"
+#include "formats/deflate/read_ahead.h"
 #include "pipeline.h"
 #include "source.h"
 #include "support/random.h"
@@ -150,6 +152,59 @@ TEST(Pipeline, FirstFailureIsThrownAfterWhatCameBefore) {
     }
 }
 
+// Gives so many bytes, and then fails.
+class FailingSource final : public Source {
+  public:
+    explicit FailingSource(std::size_t size) : left_(size) {}
+
+  private:
+    std::size_t readSome(MutableBytes first, MutableBytes /*second*/) override {
+        if (left_ == 0) throw FileError("a disk", "cannot read", EIO);
+        const std::size_t count = std::min({first.size(), left_, std::size_t{10'000}});
+        std::fill_n(first.data(), count, uint8_t{7});
+        left_ -= count;
+        return count;
+    }
+
+    std::size_t left_;
+};
+
+TEST(ReadAhead, GivesAllOfASourceInOrder) {
+    for (const std::size_t size : {0, 1, 100'000, 131'072, 131'073, 262'144, 3'000'000}) {
+        const std::string contents = sample("mixed", size);
+        for (const bool ahead : {false, true}) {
+            MemorySource source({reinterpret_cast<const uint8_t*>(contents.data()), contents.size()});
+            deflate::ReadAhead input(source, ahead);
+            std::string all;
+            for (Bytes piece = input.next(); !piece.empty(); piece = input.next())
+                all.append(piece.begin(), piece.end());
+            EXPECT_TRUE(all == contents) << size;
+            EXPECT_TRUE(input.next().empty()) << "the end stays the end";
+        }
+    }
+}
+
+TEST(ReadAhead, FailsWhereTheSourceFails) {
+    for (const bool ahead : {false, true}) {
+        FailingSource source(1'000'000);
+        deflate::ReadAhead input(source, ahead);
+        std::size_t size = 0;
+        EXPECT_THROW(
+            {
+                for (Bytes piece = input.next(); !piece.empty(); piece = input.next()) size += piece.size();
+            },
+            FileError);
+        EXPECT_EQ(size, 7U * 131'072) << "whole pieces";
+    }
+}
+
+TEST(ReadAhead, CanBeLeftInTheMiddle) {
+    const std::string contents(3'000'000, 'x');
+    MemorySource source({reinterpret_cast<const uint8_t*>(contents.data()), contents.size()});
+    deflate::ReadAhead input(source, true);
+    EXPECT_EQ(input.next().size(), 131'072U);
+}
+
 TEST(Text, SizesAndTimesReadWell) {
     EXPECT_EQ(sizeText(0), "0 B");
     EXPECT_EQ(sizeText(1023), "1023 B");
@@ -161,6 +216,8 @@ TEST(Text, SizesAndTimesReadWell) {
     EXPECT_EQ(rateText(431e6), "431 MB/s");
     EXPECT_EQ(countText(1, "file"), "1 file");
     EXPECT_EQ(countText(2, "file"), "2 files");
+    EXPECT_EQ(timeText(1'234'567'890), "2009-02-13 23:31:30 UTC");
+    EXPECT_EQ(printableText("a\tb\x1B[c\x7F\xC3\xA9"), "a?b?[c?\xC3\xA9");
 }
 
 }  // namespace

@@ -195,7 +195,7 @@ TEST(InflateBlocks, OneByteAtATimeGivesTheSameAsOneCall) {
     EXPECT_EQ(modes, kAllModes);
 }
 
-TEST(InflateBlocks, CallsMayFindNothingToDo) {
+TEST(InflateBlocks, CallsMayHaveNoWork) {
     Random random(316);
     for (int round = 0; round < 100; ++round) {
         const Block block = makeBlock(random, 20 + random.below(200), random.below(12));

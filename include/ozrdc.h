@@ -365,9 +365,10 @@ Status ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
  *
  * **Hash tables.** `pHashHead` (`hashSize` entries) holds the latest index of each hash value, `pHashPrev` (`winSize`
  * entries) for each position of the window the index before it with the same hash. They start out filled with -32768,
- * which stands for no index. Nothing in them is trusted: with other values in them (of another stream, or arbitrary)
- * the records differ, but are right, and nothing is read outside source and window. Both sizes should be powers of 2,
- * because indexes and hashes are masked with the size less 1; others work, and find less.
+ * which stands for no index; with a window of 2^n bytes `pHashPrev` needs no preparation. Nothing in them is trusted:
+ * with other values in them (of another stream, or arbitrary) the records differ, but are right, and nothing is read
+ * outside source and window. Both sizes should be powers of 2, because indexes and hashes are masked with the size less
+ * 1; others work, and find less.
  *
  * **End of the source.** With `flush` below 2 more of the stream is to come: the last bytes of the source, up to 261,
  * are left to the next call, so that every match can be as long as the format allows. (The levels that end in 0 leave
@@ -381,6 +382,10 @@ Status ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
  * bytes; 1 to 4 take the longest match that a search along the chain finds; 5 to 9 take it only if the next position
  * has no longer one. Within a series, effort grows with the level. From one series to the next the parameters differ:
  * with levels 11 to 14 and 21 to 24 long matches enter all their positions in the tables, with 1 to 4 only their start.
+ *
+ * **Speed.** The records do not depend on how the bytes lie in memory or how calls are cut, but for what is said above;
+ * the speed does. Best are a window directly in front of the source, and, for the levels ending in 5 to 9, calls that
+ * have at least twice as many bytes as the window, and room for half as many records as the window has bytes.
  *  @{ */
 
 /**

@@ -75,7 +75,7 @@ struct Stream {
         return length + getboundlong(p + first, src, 0, limit - first);
     }
 
-    // The four bytes at an admitted distance before `p`, which must lie before `p`'s own four bytes' end.
+    // The four bytes at an admitted distance before `p`, behind which the source must still hold four.
     template <Place place>
     [[nodiscard, gnu::always_inline]] uint32_t wordBefore(const uint8_t* p, uint32_t distance) const noexcept {
         const int64_t inWindow = static_cast<int64_t>(distance) - (p - src);

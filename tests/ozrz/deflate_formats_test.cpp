@@ -26,7 +26,7 @@ std::string textOf(const std::vector<uint8_t>& bytes) { return {bytes.begin(), b
 class DeflateFormats : public Workspace, public ::testing::WithParamInterface<const char*> {
   protected:
     std::string format() const { return GetParam(); }
-    std::string suffix() const { return std::string(formatNamed(format()).description().suffixes.front()); }
+    std::string suffix() const { return std::string(formatNamed(format()).description().suffixes.front().text); }
 
     std::string named(std::string name) const { return name += suffix(); }
 

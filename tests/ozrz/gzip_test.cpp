@@ -197,6 +197,12 @@ TEST_F(Gzip, NameAndTimeAreRestoredWhenAskedFor) {
     EXPECT_THAT(names(), ElementsAre("file", "file.gz", "original.txt", "other"));
 }
 
+TEST_F(Gzip, TarArchivesGetTheirSuffixBack) {
+    write("a.tgz", member("hello"));
+    ASSERT_EQ(ozrz({"-d", "a.tgz"}).exitCode, 0);
+    EXPECT_THAT(names(), ElementsAre("a.tar", "a.tgz"));
+}
+
 TEST_F(Gzip, RestoredNamesStayInTheDirectory) {
     std::filesystem::create_directory(path("inside"));
     for (const char* name : {"../escape", "/tmp/../escape", "a/b/escape"}) {

@@ -191,7 +191,7 @@ const Format& JobRunner::encodingFormat() const {
 }
 
 std::string JobRunner::encodedName(const InputFile& input, const Format& format) const {
-    const std::string_view suffix = format.description().suffixes.front();
+    const std::string_view suffix = format.description().suffixes.front().text;
     if (!options_.force && registry_.bySuffix(input.name()).format == &format) {
         throw Skipped(input.name() + ": already has the suffix " + std::string(suffix) +
                       "; skipped (-f compresses it again)");
@@ -201,10 +201,10 @@ std::string JobRunner::encodedName(const InputFile& input, const Format& format)
 
 std::string JobRunner::decodedName(const InputFile& input, const OriginalFile& original) const {
     if (!original.name.empty()) return input.name().substr(0, input.name().rfind('/') + 1) + original.name;
-    const std::string_view suffix = registry_.bySuffix(input.name()).suffix;
-    if (suffix.empty())
+    const Suffix suffix = registry_.bySuffix(input.name()).suffix;
+    if (suffix.text.empty())
         throw Skipped(input.name() + ": has no known suffix to take off; skipped (-o or -c tells where to)");
-    return input.name().substr(0, input.name().size() - suffix.size());
+    return input.name().substr(0, input.name().size() - suffix.text.size()) + std::string(suffix.restored);
 }
 
 std::unique_ptr<OutputFile> JobRunner::openOutput(const InputFile& input, const std::string& besideName) {

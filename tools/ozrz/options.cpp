@@ -59,8 +59,8 @@ std::string formatsText(const Registry& registry) {
     std::string text = row("format", "suffix", "levels", "");
     for (const auto& format : registry.formats()) {
         const FormatDescription& description = format->description();
-        text += row(std::string(description.name), std::string(description.suffixes.front()), levelsText(description),
-                    std::string(description.summary));
+        text += row(std::string(description.name), std::string(description.suffixes.front().text),
+                    levelsText(description), std::string(description.summary));
     }
     return text;
 }

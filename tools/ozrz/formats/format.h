@@ -57,10 +57,16 @@ struct OriginalFile {
     std::optional<timespec> mtime{};
 };
 
+// With the dots.
+struct Suffix {
+    std::string_view text{};
+    std::string_view restored{};  // what takes its place when the file is decompressed
+};
+
 struct FormatDescription {
-    std::string_view name{};                   // for -F
-    std::string_view summary{};                // for --formats
-    std::vector<std::string_view> suffixes{};  // with the dot; the first is the one given to compressed files
+    std::string_view name{};         // for -F
+    std::string_view summary{};      // for --formats
+    std::vector<Suffix> suffixes{};  // the first is the one given to compressed files
     int defaultLevel = 1;
     // Those of the levels 1 to 9 that differ in their results, for the benchmark; every level is accepted.
     std::vector<int> distinctLevels{};

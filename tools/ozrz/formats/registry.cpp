@@ -32,10 +32,12 @@ const Format* Registry::byMagic(Bytes head) const {
 
 Registry::Match Registry::bySuffix(std::string_view fileName) const {
     for (const auto& format : formats_) {
-        for (const std::string_view suffix : format->description().suffixes) {
+        for (const Suffix& suffix : format->description().suffixes) {
             // A name that is all suffix, such as ".lz4", is a hidden file and has none.
             const std::size_t base = fileName.rfind('/') + 1;
-            if (fileName.size() > base + suffix.size() && fileName.ends_with(suffix)) return {format.get(), suffix};
+            if (fileName.size() > base + suffix.text.size() && fileName.ends_with(suffix.text)) {
+                return {format.get(), suffix};
+            }
         }
     }
     return {};

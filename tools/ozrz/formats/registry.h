@@ -23,7 +23,7 @@ class Registry {
     // The format whose suffix `fileName` has, and that suffix.
     struct Match {
         const Format* format = nullptr;
-        std::string_view suffix;
+        Suffix suffix;
     };
     Match bySuffix(std::string_view fileName) const;
 

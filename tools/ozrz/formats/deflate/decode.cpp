@@ -64,6 +64,8 @@ class Decoder {
         return true;
     }
 
+    uint64_t position() const { return reader_.position(); }
+
   private:
     void decodeStreams(Output& out, const uint8_t* begin, std::vector<StreamEnd>& ends) {
         while (ends.size() < kMaxStreamsInPiece) {
@@ -145,7 +147,7 @@ std::string contentName(uint64_t stream) {
     return stream == 1 ? "the content" : "the content of member " + std::to_string(stream);
 }
 
-void decode(Source& source, Sink& sink, Container& container, unsigned threads) {
+uint64_t decode(Source& source, Sink& sink, Container& container, unsigned threads) {
     // What is whole in one look ahead is done sooner than threads are started.
     if (source.peek(Source::kMaxPeek).size() < Source::kMaxPeek) threads = 1;
     Decoder decoder(source, container, threads > 1);
@@ -154,6 +156,7 @@ void decode(Source& source, Sink& sink, Container& container, unsigned threads) 
     runPipeline(threads, pieces.size(),
                 {[&](std::size_t i) { return decoder.fill(pieces[i]); }, [](std::size_t) {},
                  [&](std::size_t i) { writer.write(pieces[i]); }});
+    return decoder.position();
 }
 
 }  // namespace ozrz::deflate

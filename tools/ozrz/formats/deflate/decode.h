@@ -6,7 +6,8 @@
 
 namespace ozrz::deflate {
 
-// Writes the content of all streams. Throws an `Error`, after everything in front of the damage has been written.
-void decode(Source& source, Sink& sink, Container& container, unsigned threads);
+// Writes the content of all streams; returns how many bytes of the source belong to them. Throws an `Error`, after
+// everything in front of the damage has been written.
+uint64_t decode(Source& source, Sink& sink, Container& container, unsigned threads);
 
 }  // namespace ozrz::deflate

@@ -65,7 +65,7 @@ class DeflateFormat final : public Format {
     const FormatDescription description_{
         .name = "deflate",
         .summary = "raw Deflate streams: no header, no check",
-        .suffixes = {".deflate"},
+        .suffixes = {{".deflate"}},
         .defaultLevel = deflate::kDefaultLevel,
         .distinctLevels = {std::begin(deflate::kLevels), std::end(deflate::kLevels)},
         .distinctAccelerations = {std::begin(deflate::kAccelerations), std::end(deflate::kAccelerations)},

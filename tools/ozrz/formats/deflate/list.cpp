@@ -6,11 +6,9 @@
 namespace ozrz::deflate {
 
 Listing list(Source& source, Container& container, unsigned threads) {
-    const uint64_t start = source.position();
     NullSink nowhere;
-    decode(source, nowhere, container, threads);
     Listing listing;
-    listing.compressed = source.position() - start;
+    listing.compressed = decode(source, nowhere, container, threads);
     listing.uncompressed = nowhere.written();
     return listing;
 }

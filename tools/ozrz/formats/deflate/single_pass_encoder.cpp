@@ -91,7 +91,7 @@ class SinglePassEncoder final : public ChunkEncoder {
             const uint8_t* next = source.data();
             auto left = static_cast<int32_t>(source.size());
             int32_t index = kStartIndex;
-            const int32_t end = *position + static_cast<int32_t>(compressedBound(source.size()));
+            const auto end = static_cast<int32_t>(compressedBound(source.size()));
             check(ozrsDeflateLZ77FastestPrecompHeader_8u(
                 &next, &left, &index, next - kWindowSize, kWinSize, tables_.head(), tables_.headSize(), bits, bitCount,
                 memory, end, position, code == nullptr ? nullptr : code->litLen.data(),

@@ -104,7 +104,7 @@ class GzipFormat final : public Format {
     const FormatDescription description_{
         .name = "gzip",
         .summary = "gzip files: good ratio, read everywhere",
-        .suffixes = {".gz"},
+        .suffixes = {{".gz"}, {".tgz", ".tar"}},
         .defaultLevel = deflate::kDefaultLevel,
         .distinctLevels = {std::begin(deflate::kLevels), std::end(deflate::kLevels)},
         .distinctAccelerations = {std::begin(deflate::kAccelerations), std::end(deflate::kAccelerations)},

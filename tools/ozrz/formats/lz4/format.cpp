@@ -48,7 +48,7 @@ class Lz4Format final : public Format {
     const FormatDescription description_{
         .name = "lz4",
         .summary = "LZ4 frames: very fast, moderate ratio",
-        .suffixes = {".lz4"},
+        .suffixes = {{".lz4"}},
         .defaultLevel = 1,
         .distinctLevels = {std::begin(lz4::kDistinctLevels), std::end(lz4::kDistinctLevels)},
         .distinctAccelerations = {2, 8, 32},  // some of many

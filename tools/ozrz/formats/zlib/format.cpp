@@ -59,7 +59,7 @@ class ZlibFormat final : public Format {
     const FormatDescription description_{
         .name = "zlib",
         .summary = "zlib streams: as gzip, without name and time",
-        .suffixes = {".zz", ".zlib"},
+        .suffixes = {{".zz"}, {".zlib"}},
         .defaultLevel = deflate::kDefaultLevel,
         .distinctLevels = {std::begin(deflate::kLevels), std::end(deflate::kLevels)},
         .distinctAccelerations = {std::begin(deflate::kAccelerations), std::end(deflate::kAccelerations)},

@@ -953,6 +953,152 @@ Status ozrsDecodeRLEStateFlush_BZ2_8u(RLEState* pState, uint8_t** ppDst, int32_t
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Block sorting: the transform
+ *
+ * The transform (of Burrows and Wheeler) sorts all rotations of a block, as strings of unsigned bytes, and outputs the
+ * byte in front of each: the last column of the sorted rotations. With the row in which the block itself stands, the
+ * primary index, the block can be made again. Rotations of a periodic block that are equal stand in any order, which
+ * only shows in the primary index: every row that holds the block is as good.
+ *
+ * Scratch buffers may start at any address; what they hold before a call does not matter.
+ *  @{ */
+
+/**
+ * Tells the size of the scratch buffer that ozrsBWTFwd_8u needs for a block.
+ *
+ * @param[in]  len    Length of the block in bytes, at least 1.
+ * @param[out] pSize  Receives the larger of 6 * len + 524484 and 18 * len + 80, each in 32-bit arithmetic: above
+ *                    357826527 bytes, which ozrsBWTFwd_8u refuses, the number is not meaningful.
+ * @retval StatusOk           The size was written.
+ * @retval StatusNullPointer  `pSize` is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsBWTFwdGetSize_8u(int32_t len, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Sorts the rotations of a block. The time has a bound for every block, about that for ordinary data.
+ *
+ * @param[in]  pSrc           The block.
+ * @param[out] pDst           Receives the last column, `len` bytes.
+ * @param[in]  len            Length of the block in bytes, 1 to 357826527.
+ * @param[out] pPrimaryIndex  Receives the row of the block itself, 0 to `len` - 1.
+ * @param[out] pBuffer        Scratch, of the size that ozrsBWTFwdGetSize_8u tells.
+ * @retval StatusOk           The last column was written.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `len` is below 1 or too large.
+ */
+Status ozrsBWTFwd_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, int32_t* pPrimaryIndex,
+                     uint8_t* pBuffer) OZRDC_NOEXCEPT;
+
+/**
+ * Tells the size of the scratch buffer that ozrsBWTFwd_SelectSort_8u needs for a block.
+ *
+ * @param[in]  len       Length of the block in bytes, at least 1.
+ * @param[out] pSize     Receives 6 * len + 524484 for the strategies 0 and 1, 18 * len + 80 for 2, and the larger of
+ *                       both for 3. Any other strategy leaves it alone.
+ * @param[in]  strategy  See ozrsBWTFwd_SelectSort_8u.
+ * @retval StatusOk           The strategy is none, or the size was written.
+ * @retval StatusNullPointer  `pSize` is null.
+ * @retval StatusSizeError    `len` is 0.
+ */
+Status ozrsBWTFwdGetBufSize_SelectSort_8u(uint32_t len, int32_t* pSize, uint32_t strategy) OZRDC_NOEXCEPT;
+
+/**
+ * Sorts the rotations of a block in the way that the caller chooses. All give the same result:
+ *
+ * - 0: by comparing, with a budget of 100 bytes of comparison for each byte of the block, 25 in blocks of 99900 bytes and
+ *   more. Highly repetitive blocks use it up, and are given up.
+ * - 1: without a budget.
+ * - 2: by prefix doubling, which is slow on ordinary data and takes less scratch for short blocks.
+ * - 3: as ozrsBWTFwd_8u.
+ *
+ * Blocks below 100 bytes are sorted directly, whatever the strategy is.
+ *
+ * @param[in]  pSrc           The block.
+ * @param[out] pDst           Receives the last column, `len` bytes.
+ * @param[in]  len            Length of the block in bytes, 1 to 357826527, with strategy 2 to 119304642.
+ * @param[out] pPrimaryIndex  Receives the row of the block itself.
+ * @param[out] pBuffer        Scratch, of the size that ozrsBWTFwdGetBufSize_SelectSort_8u tells.
+ * @param[in]  strategy       See above. With any other number nothing is done.
+ * @retval StatusOk                  The last column was written, or there is no such strategy.
+ * @retval StatusSortBudgetExceeded  The budget ran out (strategy 0); the destination and `*pPrimaryIndex` were not
+ *                                   written.
+ * @retval StatusNullPointer         A pointer is null.
+ * @retval StatusSizeError           `len` is 0 or too large.
+ */
+Status ozrsBWTFwd_SelectSort_8u(const uint8_t* pSrc, uint8_t* pDst, uint32_t len, int32_t* pPrimaryIndex,
+                                uint8_t* pBuffer, uint32_t strategy) OZRDC_NOEXCEPT;
+
+/**
+ * Tells the size of the scratch buffer that ozrsBWTInv_8u needs for a block.
+ *
+ * @param[in]  len    Length of the block in bytes, at least 1.
+ * @param[out] pSize  Receives 4 * len + 1024 (in 32-bit arithmetic, which suffices up to 536870655 bytes).
+ * @retval StatusOk           The size was written.
+ * @retval StatusNullPointer  `pSize` is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsBWTInvGetSize_8u(int32_t len, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Makes a block again from the last column of its sorted rotations.
+ *
+ * Any column and index may be given: nothing is read or written outside the buffers.
+ *
+ * @param[in]  pSrc     The last column.
+ * @param[out] pDst     Receives the block, `len` bytes.
+ * @param[in]  len      Length of the block in bytes, at least 1.
+ * @param[in]  index    The primary index, below `len`. A negative one must not be passed; it is not refused, but gives a
+ *                      block of zeros.
+ * @param[out] pBuffer  Scratch, of the size that ozrsBWTInvGetSize_8u tells.
+ * @retval StatusOk           The block was written.
+ * @retval StatusNullPointer  `pSrc`, `pDst` or `pBuffer` is null.
+ * @retval StatusSizeError    `len` is below 1, or `index` is not below `len`.
+ */
+Status ozrsBWTInv_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, int32_t index, uint8_t* pBuffer) OZRDC_NOEXCEPT;
+
+/**
+ * Tells the size of the scratch buffer that ozrsDecodeBlock_BZ2_16u8u needs.
+ *
+ * @param[in]  capacity  The most bytes that a block may have, at most 16777215.
+ * @param[out] pSize     Receives 4 * capacity.
+ * @retval StatusOk           The size was written.
+ * @retval StatusNullPointer  `pSize` is null.
+ * @retval StatusSizeError    `capacity` is above 16777215.
+ */
+Status ozrsDecodeBlockGetSize_BZ2_8u(uint32_t capacity, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes the symbols of a bzip2 block in one go: zero runs, move-to-front, dictionary and transform.
+ *
+ * A stretch of symbols 0 and 1 is a number, the length of a run of the byte at the front of the move-to-front list: the
+ * digits count symbol + 1, the first has the weight 1, each further one twice that of the one before it. A symbol s
+ * above 1 is entry s - 1 of the list. There is no symbol for the end of the block.
+ *
+ * Any symbols may be given: nothing is read or written outside the buffers.
+ *
+ * @param[in]     pSrc            The symbols.
+ * @param[in]     srcLen          Their number, at least 1.
+ * @param[out]    pDst            Receives the block.
+ * @param[in,out] pDstLen         In: capacity of `pDst` and of the scratch buffer in bytes, at most 16777215. Out: length
+ *                                of the block; with `StatusError` the number of bytes in front of the symbol or run that
+ *                                could not be decoded.
+ * @param[in]     index           The primary index, 0 to `*pDstLen` - 1. If it is not below the length of the block, the
+ *                                block is written as zeros.
+ * @param[in]     sizeDictionary  Number of byte values in use, at most 256.
+ * @param[in]     pInUse          For every byte value whether it is in use: any number but 0.
+ * @param[out]    pBuffer         Scratch, of the size that ozrsDecodeBlockGetSize_BZ2_8u tells.
+ * @retval StatusOk           The block was written. Also, and then nothing was: `sizeDictionary` is not the number of
+ *                            values in use; `*pDstLen` is left as it was.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `srcLen`, `*pDstLen`, `index` or `sizeDictionary` is not as above.
+ * @retval StatusError        The block is longer than the capacity, or a symbol lies beyond the dictionary.
+ */
+Status ozrsDecodeBlock_BZ2_16u8u(const uint16_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen, int32_t index,
+                                 int32_t sizeDictionary, const uint8_t pInUse[256], uint8_t* pBuffer) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
 /** @name Block sorting: move-to-front and dictionary
  *
  * The dictionary of a block renames the byte values that occur to 0, 1, 2, ... in ascending order. Move-to-front coding

@@ -451,6 +451,85 @@ Bytes decodeRunLengths(const Library& library, uint64_t seed) {
     return results << target;
 }
 
+// --- Block sorting: the transform -----------------------------------------------------------------------------------
+
+struct SortedBlock {
+    Bytes lastColumn;
+    int32_t index = -1;
+};
+
+// The block sort with the scratch of that size.
+template <typename Sort>
+SortedBlock sortedBlock(uint64_t seed, int32_t scratchSize, Sort sort) {
+    const Bytes block = data(seed);
+    SortedBlock result{Bytes(block.size())};
+    Bytes scratch(static_cast<std::size_t>(scratchSize));
+    sort(block.data(), result.lastColumn.data(), sizeOf(block), &result.index, scratch.data());
+    return result;
+}
+
+SortedBlock sortedBlock(const Library& library, uint64_t seed) {
+    int32_t size = 0;
+    library.ozrsBWTFwdGetSize_8u(sizeOf(data(seed)), &size);
+    return sortedBlock(seed, size, library.ozrsBWTFwd_8u);
+}
+
+Bytes sortBlock(const Library& library, uint64_t seed) {
+    const SortedBlock sorted = sortedBlock(library, seed);
+    return Results() << sorted.lastColumn << sorted.index;
+}
+
+Bytes sortScratchSize(const Library& library, uint64_t seed) {
+    int32_t size = 0;
+    const Status status = library.ozrsBWTFwdGetSize_8u(1 + static_cast<int32_t>(seed % 1000000), &size);
+    return Results() << status << size;
+}
+
+Bytes sortBlockByStrategy(const Library& library, uint64_t seed) {
+    Results results;
+    for (uint32_t strategy = 0; strategy < 4; ++strategy) {
+        int32_t size = 0;
+        const auto length = static_cast<uint32_t>(data(seed).size());
+        results << library.ozrsBWTFwdGetBufSize_SelectSort_8u(length, &size, strategy) << size;
+        const SortedBlock sorted = sortedBlock(
+            seed, size, [&](const uint8_t* source, uint8_t* target, int32_t /*len*/, int32_t* index, uint8_t* scratch) {
+                results << library.ozrsBWTFwd_SelectSort_8u(source, target, length, index, scratch, strategy);
+            });
+        results << sorted.lastColumn << sorted.index;
+    }
+    return results;
+}
+
+Bytes invertBlock(const Library& library, uint64_t seed) {
+    const SortedBlock sorted = sortedBlock(library, seed);
+    int32_t size = 0;
+    Results results;
+    results << library.ozrsBWTInvGetSize_8u(sizeOf(sorted.lastColumn), &size) << size;
+    Bytes scratch(static_cast<std::size_t>(size));
+    Bytes block(sorted.lastColumn.size());
+    results << library.ozrsBWTInv_8u(sorted.lastColumn.data(), block.data(), sizeOf(block), sorted.index,
+                                     scratch.data());
+    return results << block;
+}
+
+// Decodes the data as if it were symbols of a block.
+Bytes decodeBlock(const Library& library, uint64_t seed) {
+    Bytes inUse(256, 1);
+    inUse[seed % 256] = 0;
+    std::vector<uint16_t> symbols;
+    for (const uint8_t byte : data(seed)) symbols.push_back(byte);
+    constexpr int32_t kCapacity = 100000;
+    int32_t size = 0;
+    Results results;
+    results << library.ozrsDecodeBlockGetSize_BZ2_8u(kCapacity, &size) << size;
+    Bytes scratch(static_cast<std::size_t>(size));
+    Bytes block(kCapacity);
+    int32_t length = kCapacity;
+    results << library.ozrsDecodeBlock_BZ2_16u8u(symbols.data(), static_cast<int32_t>(symbols.size()), block.data(),
+                                                 &length, 0, 255, inUse.data(), scratch.data());
+    return results << length << block;
+}
+
 // --- Block sorting: move-to-front and dictionary
 // ----------------------------------------------------------------------
 
@@ -563,6 +642,14 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsDecodeRLEStateInit_BZ2_8u", decodeRunLengths},
         {"ozrsDecodeRLEState_BZ2_8u", decodeRunLengths},
         {"ozrsDecodeRLEStateFlush_BZ2_8u", decodeRunLengths},
+        {"ozrsBWTFwdGetSize_8u", sortScratchSize},
+        {"ozrsBWTFwd_8u", sortBlock},
+        {"ozrsBWTFwdGetBufSize_SelectSort_8u", sortBlockByStrategy},
+        {"ozrsBWTFwd_SelectSort_8u", sortBlockByStrategy},
+        {"ozrsBWTInvGetSize_8u", invertBlock},
+        {"ozrsBWTInv_8u", invertBlock},
+        {"ozrsDecodeBlockGetSize_BZ2_8u", decodeBlock},
+        {"ozrsDecodeBlock_BZ2_16u8u", decodeBlock},
         {"ozrsMTFGetSize_8u", moveToFront<&Library::ozrsMTFFwd_8u>},
         {"ozrsMTFInit_8u", moveToFront<&Library::ozrsMTFInv_8u>},
         {"ozrsMTFFwd_8u", moveToFront<&Library::ozrsMTFFwd_8u>},

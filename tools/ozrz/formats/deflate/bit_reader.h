@@ -14,10 +14,7 @@ class BitReader {
   public:
     explicit BitReader(ReadAhead& input) : input_(input) {}
 
-    // The most bits that can be asked for at once.
-    static constexpr unsigned kMaxBits = 24;
-
-    // Whether `count` more bits are there.
+    // Whether `count` more bits, at most 24, are there.
     bool have(unsigned count);
 
     // The next bits, which must be there: have() has said so, or take() throws DataError.
@@ -58,7 +55,6 @@ class BitReader {
 
     // Makes more of the source available to it; false at the end.
     bool refill();
-    bool isEmpty() const { return left_ == 0; }
 
   private:
     ReadAhead& input_;

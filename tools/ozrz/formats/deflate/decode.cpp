@@ -148,8 +148,9 @@ std::string contentName(uint64_t stream) {
 }
 
 uint64_t decode(Source& source, Sink& sink, Container& container, unsigned threads) {
-    // What is whole in one look ahead is done sooner than threads are started.
-    if (source.peek(Source::kMaxPeek).size() < Source::kMaxPeek) threads = 1;
+    // One thread decodes while another one writes; more would find nothing to do. What is whole in one look ahead is
+    // done sooner than they are started.
+    threads = source.peek(Source::kMaxPeek).size() < Source::kMaxPeek ? 1 : std::min(threads, 2U);
     Decoder decoder(source, container, threads > 1);
     Writer writer(sink, container);
     std::vector<Piece> pieces(threads > 1 ? kPieces : 1);

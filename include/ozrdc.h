@@ -1006,8 +1006,8 @@ Status ozrsBWTFwdGetBufSize_SelectSort_8u(uint32_t len, int32_t* pSize, uint32_t
 /**
  * Sorts the rotations of a block in the way that the caller chooses. All give the same result:
  *
- * - 0: by comparing, with a budget of 100 bytes of comparison for each byte of the block, 25 in blocks of 99900 bytes and
- *   more. Highly repetitive blocks use it up, and are given up.
+ * - 0: by comparing, with a budget of 100 bytes of comparison for each byte of the block, 25 in blocks of 99900 bytes
+ *   and more. Highly repetitive blocks use it up, and are given up.
  * - 1: without a budget.
  * - 2: by prefix doubling, which is slow on ordinary data and takes less scratch for short blocks.
  * - 3: as ozrsBWTFwd_8u.
@@ -1048,8 +1048,8 @@ Status ozrsBWTInvGetSize_8u(int32_t len, int32_t* pSize) OZRDC_NOEXCEPT;
  * @param[in]  pSrc     The last column.
  * @param[out] pDst     Receives the block, `len` bytes.
  * @param[in]  len      Length of the block in bytes, at least 1.
- * @param[in]  index    The primary index, below `len`. A negative one must not be passed; it is not refused, but gives a
- *                      block of zeros.
+ * @param[in]  index    The primary index, below `len`. A negative one must not be passed; it is not refused, but gives
+ *                      a block of zeros.
  * @param[out] pBuffer  Scratch, of the size that ozrsBWTInvGetSize_8u tells.
  * @retval StatusOk           The block was written.
  * @retval StatusNullPointer  `pSrc`, `pDst` or `pBuffer` is null.
@@ -1080,11 +1080,11 @@ Status ozrsDecodeBlockGetSize_BZ2_8u(uint32_t capacity, int32_t* pSize) OZRDC_NO
  * @param[in]     pSrc            The symbols.
  * @param[in]     srcLen          Their number, at least 1.
  * @param[out]    pDst            Receives the block.
- * @param[in,out] pDstLen         In: capacity of `pDst` and of the scratch buffer in bytes, at most 16777215. Out: length
- *                                of the block; with `StatusError` the number of bytes in front of the symbol or run that
- *                                could not be decoded.
- * @param[in]     index           The primary index, 0 to `*pDstLen` - 1. If it is not below the length of the block, the
- *                                block is written as zeros.
+ * @param[in,out] pDstLen         In: capacity of `pDst` and of the scratch buffer in bytes, at most 16777215. Out:
+ *                                length of the block; with `StatusError` the number of bytes in front of the symbol or
+ *                                run that could not be decoded.
+ * @param[in]     index           The primary index, 0 to `*pDstLen` - 1. If it is not below the length of the block,
+ *                                the block is written as zeros.
  * @param[in]     sizeDictionary  Number of byte values in use, at most 256.
  * @param[in]     pInUse          For every byte value whether it is in use: any number but 0.
  * @param[out]    pBuffer         Scratch, of the size that ozrsDecodeBlockGetSize_BZ2_8u tells.
@@ -1187,13 +1187,6 @@ Status ozrsExpandDictionary_8u_I(const uint8_t pInUse[256], uint8_t* pSrcDst, in
                                  int32_t sizeDictionary) OZRDC_NOEXCEPT;
 
 /** @} */
-
-#ifdef __cplusplus
-}
-#endif
-
-#endif /* OZRDC_H */
-/** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
 /** @name Block sorting: zero runs
  *
@@ -1241,3 +1234,178 @@ Status ozrsEncodeZ1Z2_BZ2_8u16u(const uint8_t** ppSrc, int32_t* pSrcLen, uint16_
 Status ozrsDecodeZ1Z2_BZ2_16u8u(const uint16_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst,
                                 int32_t* pDstLen) OZRDC_NOEXCEPT;
 
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Block sorting: Huffman encoder
+ *
+ * Codes the symbols of a block with two to six tables, which change every 50 symbols as a list of selectors says. The
+ * description of the tables and the coded symbols are those of bzip2.
+ *
+ * Bits go most significant first. Those that do not fill a byte are kept by the caller, left-aligned in a 32-bit word:
+ * bit 31 is the first. In this way the caller writes the header of the block into the same stream, and goes on where a
+ * call has ended.
+ *
+ * The road of one block: ozrsEncodeHuffInit_BZ2_16u8u; the header, by the caller; ozrsPackHuffContext_BZ2_16u8u;
+ * ozrsEncodeHuff_BZ2_16u8u for all of its symbols.
+ *  @{ */
+
+/** Tables of one block. Its size is that of ozrsEncodeHuffGetSize_BZ2_16u8u, its alignment that of a 32-bit integer. */
+typedef struct HuffEncState HuffEncState;
+
+/**
+ * Tells the size of a `HuffEncState` for a block of a number of symbols.
+ *
+ * @param[in]  len    The number of symbols, at least 1.
+ * @param[out] pSize  The size: 7780, and 2 for each 50 symbols or part of them.
+ * @retval StatusOk           `*pSize` was set.
+ * @retval StatusNullPointer  `pSize` is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsEncodeHuffGetSize_BZ2_16u8u(int32_t len, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Makes the tables of a block and chooses one for each 50 symbols.
+ *
+ * Codes have at most 17 bits, and each symbol of the alphabet gets one in each table. There are 2 tables for less than
+ * 200 symbols, 3 below 600, 4 below 1200, 5 below 2400, else 6.
+ *
+ * @param[in]  alphaSize  Size of the alphabet, 1 to 258: for a block of bzip2 the size of the dictionary and 2, the
+ *                        last symbol being the end of the block.
+ * @param[in]  pFreq      How often each symbol of the alphabet occurs, the end of the block included.
+ * @param[in]  pSrc       The symbols, the end of the block included. One that is not of the alphabet does no harm, but
+ *                        the stream will not say what it was.
+ * @param[in]  len        Their number, at least 1. A description holds at most 32767 selectors, 1638350 symbols.
+ * @param[out] pState     The state, of the size for `len` symbols.
+ * @retval StatusOk           The tables are ready.
+ * @retval StatusNullPointer  A pointer is null.
+ * @retval StatusSizeError    `alphaSize` is out of range, or `len` is below 1.
+ */
+Status ozrsEncodeHuffInit_BZ2_16u8u(int32_t alphaSize, const uint32_t* pFreq, const uint16_t* pSrc, int32_t len,
+                                    HuffEncState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Writes the description of the tables: their number, the selectors, the lengths of all codes.
+ *
+ * @param[in,out] pCode         Bits that precede the output, left-aligned; on return those that are pending.
+ * @param[in,out] pCodeLenBits  Their number, 0 to 32. Above 32 on return: bits were lost.
+ * @param[out]    pDst          The destination.
+ * @param[in,out] pDstLen       Its size in bytes, at least 1; on return the number of bytes written.
+ * @param[in]     pState        The state.
+ * @retval StatusOk               The description is written, but for at most 32 pending bits.
+ * @retval StatusDestinationFull  The destination is too small, and bits were lost.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusSizeError        `*pDstLen` is below 1, or `*pCodeLenBits` is not 0 to 32.
+ */
+Status ozrsPackHuffContext_BZ2_16u8u(uint32_t* pCode, int32_t* pCodeLenBits, uint8_t* pDst, int32_t* pDstLen,
+                                     const HuffEncState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Codes the symbols of a block. A call begins with the first table: it should have the whole block, and room for it.
+ *
+ * @param[in,out] pCode         Bits that precede the output, left-aligned; on return those that are pending.
+ * @param[in,out] pCodeLenBits  Their number, 0 to 32. Above 32 on return: bits were lost.
+ * @param[in,out] ppSrc         The symbols; advanced by those coded.
+ * @param[in,out] pSrcLen       Their number; decreased by those coded. Symbols beyond the number that the state was
+ *                              made for, rounded up to whole groups, are left.
+ * @param[out]    pDst          The destination.
+ * @param[in,out] pDstLen       Its size in bytes, at least 1; on return the number of bytes written.
+ * @param[in]     pState        The state.
+ * @retval StatusOk               The symbols are written, but for at most 32 pending bits.
+ * @retval StatusDestinationFull  The destination is too small, and bits were lost.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        `*pDstLen` is below 1, or `*pCodeLenBits` is not 0 to 32.
+ */
+Status ozrsEncodeHuff_BZ2_16u8u(uint32_t* pCode, int32_t* pCodeLenBits, const uint16_t** ppSrc, int32_t* pSrcLen,
+                                uint8_t* pDst, int32_t* pDstLen, const HuffEncState* pState) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name Block sorting: Huffman decoder
+ *
+ * Reads what the Huffman encoder writes: the description of the tables, and the symbols of a block. Both calls stop at
+ * any bit where the source ends, and go on there when they are called again.
+ *
+ * Pending bits are kept by the caller as with the encoder: left-aligned in a 32-bit word. The road of one block: the
+ * header, by the caller; ozrsDecodeHuffInit_BZ2_8u16u; ozrsUnpackHuffContext_BZ2_8u16u as long as it wants source;
+ * ozrsDecodeHuff_BZ2_8u16u as long as it wants source or room. The pending bits then begin the next block.
+ *
+ * A description says itself how many selectors it has, up to 32767, and the state does not know its own size: for data
+ * that cannot be trusted, allocate the state for 1638350 symbols.
+ *  @{ */
+
+/** Tables of one block. Its size is that of ozrsDecodeHuffGetSize_BZ2_8u16u, its alignment that of a 32-bit integer. */
+typedef struct HuffDecState HuffDecState;
+
+/**
+ * Tells the size of a `HuffDecState` for blocks of up to a number of symbols.
+ *
+ * @param[in]  len    The number of symbols, at least 1.
+ * @param[out] pSize  The size: 9364, and 1 for each 50 symbols or part of them.
+ * @retval StatusOk           `*pSize` was set.
+ * @retval StatusNullPointer  `pSize` is null.
+ * @retval StatusSizeError    `len` is below 1.
+ */
+Status ozrsDecodeHuffGetSize_BZ2_8u16u(int32_t len, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state for a block.
+ *
+ * @param[in]  alphaSize  Size of the alphabet, 1 to 258; its last symbol is the end of the block.
+ * @param[out] pState     The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ * @retval StatusSizeError    `alphaSize` is out of range.
+ */
+Status ozrsDecodeHuffInit_BZ2_8u16u(int32_t alphaSize, HuffDecState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Reads the description of the tables and builds them.
+ *
+ * @param[in,out] pCode         Pending bits, left-aligned.
+ * @param[in,out] pCodeLenBits  Their number, 0 to 32.
+ * @param[in,out] ppSrc         The source; advanced by the bytes taken.
+ * @param[in,out] pSrcLen       Its length in bytes, at least 1; decreased by the bytes taken.
+ * @param[in,out] pState        The state.
+ * @retval StatusOk               The tables are ready.
+ * @retval StatusSourceExhausted  The source is used up: call again with more.
+ * @retval StatusBadCodeTable     Less than 2 or more than 6 tables, no selector, a selector of a table that is not
+ *                                there, or a length of a code that is not 1 to 20. The state must be prepared again.
+ * @retval StatusError            The state was never prepared.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        `*pSrcLen` is below 1, or `*pCodeLenBits` is not 0 to 32.
+ */
+Status ozrsUnpackHuffContext_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits, const uint8_t** ppSrc, int32_t* pSrcLen,
+                                       HuffDecState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes the symbols of a block, up to its end.
+ *
+ * A symbol is decoded only while 20 bits or more are there. Whole bytes that were read ahead are handed back, unless
+ * the source is used up. The symbol of the end of the block is stored behind the others, but not counted.
+ *
+ * @param[in,out] pCode         Pending bits, left-aligned.
+ * @param[in,out] pCodeLenBits  Their number, 0 to 32.
+ * @param[in,out] ppSrc         The source; advanced by the bytes taken.
+ * @param[in,out] pSrcLen       Its length in bytes; may be 0, as long as bits are pending. Decreased by the bytes
+ *                              taken.
+ * @param[out]    pDst          The symbols.
+ * @param[in,out] pDstLen       Room for symbols, at least 1; on return the number decoded.
+ * @param[in,out] pState        The state.
+ * @retval StatusOk               The end of the block was read.
+ * @retval StatusSourceExhausted  The source is used up: call again with more.
+ * @retval StatusDestinationFull  The destination is full, and source is left: call again with more room.
+ * @retval StatusError            The next bits are no code, there is no selector for the next symbol, or the
+ *                                description has not been read.
+ * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
+ * @retval StatusSizeError        `*pDstLen` is below 1, or `*pCodeLenBits` is not 0 to 32.
+ */
+Status ozrsDecodeHuff_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits, const uint8_t** ppSrc, int32_t* pSrcLen,
+                                uint16_t* pDst, int32_t* pDstLen, HuffDecState* pState) OZRDC_NOEXCEPT;
+
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* OZRDC_H */

@@ -530,8 +530,7 @@ Bytes decodeBlock(const Library& library, uint64_t seed) {
     return results << length << block;
 }
 
-// --- Block sorting: move-to-front and dictionary
-// ----------------------------------------------------------------------
+// --- Block sorting: move-to-front and dictionary --------------------------------------------------------------------
 
 template <auto function>
 Bytes moveToFront(const Library& library, uint64_t seed) {
@@ -557,6 +556,7 @@ Bytes renameBytes(const Library& library, uint64_t seed) {
     results << library.ozrsReduceDictionary_8u_I(inUse.data(), bytes.data(), sizeOf(bytes), &size) << size << bytes;
     return results << library.ozrsExpandDictionary_8u_I(inUse.data(), bytes.data(), sizeOf(bytes), size) << bytes;
 }
+
 // --- Block sorting: zero runs ---------------------------------------------------------------------------------------
 
 using Symbols = std::vector<uint16_t>;
@@ -589,6 +589,70 @@ Bytes decodeZeroRuns(const Library& library, uint64_t seed) {
     return results << ranks;
 }
 
+// --- Block sorting: Huffman -----------------------------------------------------------------------------------------
+
+// The data as symbols, coded: description of the tables and symbols in one stream.
+struct HuffmanStream {
+    static constexpr int32_t kAlphabet = 257;  // 256 is the end of the block
+
+    Bytes bytes;
+    Results results;
+
+    HuffmanStream(const Library& library, uint64_t seed) {
+        Symbols symbols;
+        for (const uint8_t byte : data(seed)) symbols.push_back(byte);
+        symbols.push_back(kAlphabet - 1);
+        std::vector<uint32_t> frequencies(kAlphabet);
+        for (const uint16_t symbol : symbols) ++frequencies[symbol];
+        auto length = static_cast<int32_t>(symbols.size());
+        int32_t size = 0;
+        results << library.ozrsEncodeHuffGetSize_BZ2_16u8u(length, &size) << size;
+        State memory(size);
+        auto* const state = memory.as<HuffEncState>();
+        results << library.ozrsEncodeHuffInit_BZ2_16u8u(kAlphabet, frequencies.data(), symbols.data(), length, state);
+
+        bytes.resize(3 * symbols.size() + 6000);
+        uint32_t code = 0xA0000000;
+        int32_t pending = 3;
+        int32_t described = sizeOf(bytes);
+        results << library.ozrsPackHuffContext_BZ2_16u8u(&code, &pending, bytes.data(), &described, state);
+        results << described << code << pending;
+        const uint16_t* at = symbols.data();
+        int32_t written = sizeOf(bytes) - described;
+        results << library.ozrsEncodeHuff_BZ2_16u8u(&code, &pending, &at, &length, bytes.data() + described, &written,
+                                                    state);
+        results << length << code << pending;
+        bytes.resize(static_cast<std::size_t>(described + written));
+        for (; pending > 0; pending -= 8, code <<= 8) bytes.push_back(static_cast<uint8_t>(code >> 24));
+        results << bytes;
+        bytes.insert(bytes.end(), 3, 0);  // bits to look ahead at
+    }
+};
+
+Bytes encodeHuffman(const Library& library, uint64_t seed) { return HuffmanStream(library, seed).results; }
+
+Bytes decodeHuffman(const Library& library, uint64_t seed) {
+    const HuffmanStream stream(library, seed);
+    Results results;
+    int32_t size = 0;
+    results << library.ozrsDecodeHuffGetSize_BZ2_8u16u(100000, &size) << size;
+    State memory(size);
+    auto* const state = memory.as<HuffDecState>();
+    results << library.ozrsDecodeHuffInit_BZ2_8u16u(HuffmanStream::kAlphabet, state);
+    const uint8_t* at = stream.bytes.data() + 1;
+    int32_t left = sizeOf(stream.bytes) - 1;
+    uint32_t code = uint32_t{stream.bytes[0]} << 27;  // without the three bits in front
+    int32_t pending = 5;
+    results << library.ozrsUnpackHuffContext_BZ2_8u16u(&code, &pending, &at, &left, state) << left << code << pending;
+    Symbols symbols(100000);
+    for (Status status = StatusDestinationFull; status == StatusDestinationFull;) {
+        auto written = static_cast<int32_t>(1 + seed % 20000);
+        status = library.ozrsDecodeHuff_BZ2_8u16u(&code, &pending, &at, &left, symbols.data(), &written, state);
+        results << status << written << left << code << pending;
+        for (int32_t i = 0; i < written; ++i) results << symbols[static_cast<std::size_t>(i)];
+    }
+    return results;
+}
 
 // --- Library --------------------------------------------------------------------------------------------------------
 
@@ -655,9 +719,17 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsMTFFwd_8u", moveToFront<&Library::ozrsMTFFwd_8u>},
         {"ozrsMTFInv_8u", moveToFront<&Library::ozrsMTFInv_8u>},
         {"ozrsReduceDictionary_8u_I", renameBytes},
+        {"ozrsExpandDictionary_8u_I", renameBytes},
         {"ozrsEncodeZ1Z2_BZ2_8u16u", encodeZeroRuns},
         {"ozrsDecodeZ1Z2_BZ2_16u8u", decodeZeroRuns},
-        {"ozrsExpandDictionary_8u_I", renameBytes},
+        {"ozrsEncodeHuffGetSize_BZ2_16u8u", encodeHuffman},
+        {"ozrsEncodeHuffInit_BZ2_16u8u", encodeHuffman},
+        {"ozrsPackHuffContext_BZ2_16u8u", encodeHuffman},
+        {"ozrsEncodeHuff_BZ2_16u8u", encodeHuffman},
+        {"ozrsDecodeHuffGetSize_BZ2_8u16u", decodeHuffman},
+        {"ozrsDecodeHuffInit_BZ2_8u16u", decodeHuffman},
+        {"ozrsUnpackHuffContext_BZ2_8u16u", decodeHuffman},
+        {"ozrsDecodeHuff_BZ2_8u16u", decodeHuffman},
         {"ozrdcGetLibVersion", version},
     };
     return exercises;

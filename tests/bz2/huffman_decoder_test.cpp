@@ -148,7 +148,7 @@ void check(const Description& description, const Bits& coded, Piece piece, Room 
 
     // Zeros fill the last byte.
     const std::size_t fill = (8 - bits.size() % 8) % 8;
-    const DecodedBlock expected = decodeSymbols(description, coded + Bits(fill, '0'));
+    const DecodedSymbols expected = decodeSymbols(description, coded + Bits(fill, '0'));
     Symbols symbols;
     for (;;) {
         const std::size_t before = symbols.size();
@@ -163,14 +163,14 @@ void check(const Description& description, const Bits& coded, Piece piece, Room 
     ASSERT_EQ(symbols, expected.symbols);
     ASSERT_EQ(coded.size() + fill - decoder.unused(), expected.used);
     switch (expected.stop) {
-        case DecodedBlock::End:
+        case DecodedSymbols::End:
             ASSERT_EQ(status, StatusOk);
             break;
-        case DecodedBlock::OutOfBits:
+        case DecodedSymbols::OutOfBits:
             ASSERT_EQ(status, StatusSourceExhausted);
             break;
-        case DecodedBlock::NoCode:
-        case DecodedBlock::NoSelector:
+        case DecodedSymbols::NoCode:
+        case DecodedSymbols::NoSelector:
             ASSERT_EQ(status, StatusError);
             break;
     }

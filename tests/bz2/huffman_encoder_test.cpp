@@ -130,8 +130,8 @@ TEST(BlockHuffmanEncoder, StreamsDecodeToTheSymbols) {
         const Output output = encoder.encode(40000);
         ASSERT_EQ(output.status, StatusOk);
         ASSERT_EQ(output.bits(), codedSymbols(description, sample.symbols));
-        const DecodedBlock block = decodeSymbols(description, output.bits() + Bits(20, '1'));
-        ASSERT_EQ(block.stop, DecodedBlock::End);
+        const DecodedSymbols block = decodeSymbols(description, output.bits() + Bits(20, '1'));
+        ASSERT_EQ(block.stop, DecodedSymbols::End);
         ASSERT_EQ(block.symbols, Symbols(sample.symbols.begin(), sample.symbols.end() - 1));
         ASSERT_EQ(block.used, output.bits().size());
     }

@@ -104,7 +104,7 @@ Bits codedSymbols(const Description& description, const Symbols& symbols) {
     return bits;
 }
 
-DecodedBlock decodeSymbols(const Description& description, const Bits& bits) {
+DecodedSymbols decodeSymbols(const Description& description, const Bits& bits) {
     std::vector<std::map<Bits, uint16_t>> symbolOf;
     for (const auto& table : description.lengths) {
         auto& map = symbolOf.emplace_back();
@@ -114,11 +114,11 @@ DecodedBlock decodeSymbols(const Description& description, const Bits& bits) {
         }
     }
     const std::size_t endOfBlock = description.lengths.front().size() - 1;
-    DecodedBlock block{{}, 0, DecodedBlock::OutOfBits};
+    DecodedSymbols block{{}, 0, DecodedSymbols::OutOfBits};
     for (;;) {
         const std::size_t group = block.symbols.size() / 50;
         if (group == description.selectors.size()) {
-            block.stop = DecodedBlock::NoSelector;
+            block.stop = DecodedSymbols::NoSelector;
             return block;
         }
         if (bits.size() - block.used < 20) return block;
@@ -130,13 +130,13 @@ DecodedBlock decodeSymbols(const Description& description, const Bits& bits) {
             found = true;
             block.used += length;
             if (entry->second == endOfBlock) {
-                block.stop = DecodedBlock::End;
+                block.stop = DecodedSymbols::End;
                 return block;
             }
             block.symbols.push_back(entry->second);
         }
         if (!found) {
-            block.stop = DecodedBlock::NoCode;
+            block.stop = DecodedSymbols::NoCode;
             return block;
         }
     }

@@ -37,12 +37,12 @@ std::vector<Bits> canonicalCodes(const std::vector<uint8_t>& lengths);
 Bits codedSymbols(const Description& description, const Symbols& symbols);
 
 // Decodes the symbols of a block, the last of the alphabet being its end, as long as 20 bits are there.
-struct DecodedBlock {
+struct DecodedSymbols {
     Symbols symbols;   // without the end
     std::size_t used;  // bits, those of the end included
     enum { End, OutOfBits, NoCode, NoSelector } stop;
 };
-DecodedBlock decodeSymbols(const Description& description, const Bits& bits);
+DecodedSymbols decodeSymbols(const Description& description, const Bits& bits);
 
 // The smallest sum of count times length, with counts of 0 taken as 1, and no length above `limit`.
 uint64_t optimalCost(const std::vector<uint32_t>& counts, unsigned limit);

@@ -1,8 +1,9 @@
-// Match search at the library's levels, block by block output.
+// Match search, block by block output.
 #include "formats/deflate/record_encoder.h"
 
 #include <ozrdc.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <vector>
@@ -15,30 +16,28 @@
 namespace ozrz::deflate {
 namespace {
 
-constexpr int32_t kOwnRow = -1;
-
 // How hard each of our levels tries.
 struct Effort {
-    // The level of the library's match search; or kOwnRow, and an effort row for its slow parser.
-    int32_t searchLevel;
-    std::array<int32_t, 4> row;
+    enum class Parser { fast, slow };
+    Parser parser;
+    std::array<int32_t, 4> row;  // of the library's match search
     // Blocks are found as runs of pieces of so many records: enough of them that their statistics mean something, and
     // that comparing these takes little of the time.
     std::size_t pieceRecords;
 };
 
-// Of the library's levels those that no other beats in both ratio and speed. Between its 25 and its 16 there is a wide
-// step; the default stands in the middle of it, where the results are just smaller than those of zlib's default.
+// Rows of our own, each the fastest found whose files are no larger than those of gzip's level. The library's own rows
+// search longer before they stop, which pays for codes worse than ours.
 constexpr std::array<Effort, 9> kEfforts{{
-    {3, {}, 2048},
-    {21, {}, 2048},
-    {22, {}, 2048},
-    {24, {}, 1024},
-    {15, {}, 1024},
-    {kOwnRow, {48, 8, 128, 32}, 1024},
-    {27, {}, 1024},
-    {18, {}, 1024},
-    {19, {}, 1024},
+    {Effort::Parser::fast, {1, 8, 8, 4}, 2048},
+    {Effort::Parser::fast, {2, 8, 8, 6}, 2048},
+    {Effort::Parser::fast, {3, 8, 16, 258}, 2048},
+    {Effort::Parser::fast, {8, 16, 32, 32}, 1024},
+    {Effort::Parser::slow, {16, 4, 32, 16}, 1024},
+    {Effort::Parser::slow, {64, 4, 258, 258}, 1024},
+    {Effort::Parser::slow, {128, 4, 258, 258}, 1024},
+    {Effort::Parser::slow, {768, 16, 258, 258}, 1024},
+    {Effort::Parser::slow, {2048, 64, 258, 258}, 1024},
 }};
 
 constexpr int32_t kFinalFlush = 2;
@@ -56,39 +55,43 @@ class RecordEncoder final : public ChunkEncoder {
     }
 
   private:
-    // Fills `blocks_` with pieces.
+    // Fills `blocks_` with pieces. The match search gets the chunk in one call with room for all records, because then
+    // it looks ahead; so the pieces are counted here.
     void parse(Bytes source) {
         if (source.size() > capacity_) {
             lengths_ = std::make_unique_for_overwrite<uint8_t[]>(source.size());
             distances_ = std::make_unique_for_overwrite<uint16_t[]>(source.size());
             capacity_ = source.size();
         }
+        const std::size_t total = search(source);
         blocks_.clear();
         const uint8_t* next = source.data();
-        auto left = static_cast<int32_t>(source.size());
-        int32_t index = kStartIndex;
-        std::size_t records = 0;
-        while (left > 0) {
+        for (std::size_t first = 0; first < total; first += effort_.pieceRecords) {
             Block& block = blocks_.emplace_back();
-            const uint8_t* const begin = next;
-            const auto room = static_cast<int32_t>(effort_.pieceRecords);
-            int32_t roomLeft = room;
-            const auto search = [&](const auto& parser, const auto& effort) {
-                return parser(&next, &left, &index, next - kWindowSize, static_cast<int32_t>(kWindowSize),
-                              tables_.head(), tables_.previous(), tables_.headSize(), block.histogram.litLen.data(),
-                              block.histogram.dist.data(), lengths_.get() + records, distances_.get() + records,
-                              &roomLeft, effort, kFinalFlush);
-            };
-            const Status status = effort_.searchLevel == kOwnRow ? search(ozrsDeflateLZ77Slow_8u, effort_.row.data())
-                                                                 : search(ozrsDeflateLZ77_8u, effort_.searchLevel);
-            if (status != StatusOk || next == begin) {
-                throw Error("the match search failed with status " + std::to_string(status));
-            }
-            block.records = {lengths_.get() + records, distances_.get() + records,
-                             static_cast<std::size_t>(room - roomLeft)};
-            block.source = {begin, next};
-            records += block.records.count;
+            block.records = {lengths_.get() + first, distances_.get() + first,
+                             std::min(effort_.pieceRecords, total - first)};
+            const std::size_t size = count(block.records, block.histogram);
+            block.source = {next, size};
+            next += size;
         }
+    }
+
+    // Returns the number of records.
+    std::size_t search(Bytes source) {
+        const auto parser = effort_.parser == Effort::Parser::slow ? ozrsDeflateLZ77Slow_8u : ozrsDeflateLZ77Fast_8u;
+        const uint8_t* next = source.data();
+        auto left = static_cast<int32_t>(source.size());
+        auto room = left;
+        int32_t index = kStartIndex;
+        Histogram all;
+        const Status status =
+            parser(&next, &left, &index, next - kWindowSize, static_cast<int32_t>(kWindowSize), tables_.head(),
+                   tables_.previous(), tables_.headSize(), all.litLen.data(), all.dist.data(), lengths_.get(),
+                   distances_.get(), &room, effort_.row.data(), kFinalFlush);
+        if (status != StatusOk || left != 0) {
+            throw Error("the match search failed with status " + std::to_string(status));
+        }
+        return source.size() - static_cast<std::size_t>(room);
     }
 
     const Effort effort_;

@@ -26,6 +26,9 @@ struct Records {
     std::size_t count = 0;
 };
 
+// Counts the symbols of records; returns how many bytes they stand for.
+std::size_t count(const Records& records, Histogram& histogram);
+
 // A run of records that shares its codes, with the bytes that it stands for.
 struct Block {
     Records records{};

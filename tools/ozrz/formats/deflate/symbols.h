@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -23,6 +24,7 @@ inline constexpr std::size_t kFirstLengthSymbol = 257;
 inline constexpr std::size_t kLitLenSymbols = 286;
 inline constexpr std::size_t kFixedLitLenSymbols = 288;  // the fixed code has two more, which are never used
 inline constexpr std::size_t kDistSymbols = 30;
+inline constexpr std::size_t kMinMatch = 3;
 inline constexpr unsigned kMaxCodeLength = 15;
 inline constexpr unsigned kFixedDistCodeLength = 5;
 
@@ -37,6 +39,28 @@ constexpr unsigned lengthExtraBits(std::size_t code) {
     return code < 8 || code == 28 ? 0 : static_cast<unsigned>(code / 4 - 1);
 }
 constexpr unsigned distExtraBits(std::size_t code) { return code < 4 ? 0 : static_cast<unsigned>(code / 2 - 1); }
+
+// The codes of a match: of its length less 3, and of its distance.
+inline constexpr auto kLengthCodes = [] {
+    std::array<uint8_t, 256> codes{};
+    std::size_t next = 0;
+    for (std::size_t code = 0; code < kLitLenSymbols - kFirstLengthSymbol; ++code) {
+        for (std::size_t n = std::size_t{1} << lengthExtraBits(code); n > 0 && next < codes.size(); --n) {
+            codes[next++] = static_cast<uint8_t>(code);
+        }
+    }
+    codes.back() = kLitLenSymbols - kFirstLengthSymbol - 1;  // the longest match has a code of its own
+    return codes;
+}();
+constexpr std::size_t lengthCode(uint8_t lengthLess3) { return kLengthCodes[lengthLess3]; }
+
+// Two codes for each power of two.
+constexpr std::size_t distCode(uint16_t distance) {
+    const unsigned value = distance - 1U;
+    if (value < 4) return value;
+    const unsigned bits = static_cast<unsigned>(std::bit_width(value));
+    return 2 * (bits - 1) + (value >> (bits - 2) & 1);
+}
 
 // The alphabet in which a dynamic block's code lengths are written: the lengths 0 to 15, and three ways of repeating.
 inline constexpr std::size_t kCodeLengthSymbols = 19;

@@ -316,9 +316,11 @@ TEST(BlockSort, EntriesOfLongBlocks) {
     }
 }
 
-TEST(BlockSort, BlockBeyondTheReachOfPackedEntries) {
-    Bytes block = sampleKind("text").make((std::size_t{1} << 24) + 1000, 7);
+TEST(BlockSort, BlocksAroundTheReachOfPackedEntries) {
+    Bytes block(std::size_t{1} << 24, 'b');
+    for (const std::size_t at : {0, 1, 5000000, 16777214}) block[at] = 'a';
     Transform transform;
+    expectInverseLeadsBack(transform, View(block).first(block.size() - 1), {1});
     expectInverseLeadsBack(transform, block, {1});
 }
 

@@ -18,7 +18,7 @@ class Results {
     Results& operator<<(const T& value) {
         static_assert(std::is_integral_v<T>);
         const auto* const p = reinterpret_cast<const uint8_t*>(&value);
-        bytes_.insert(bytes_.end(), p, p + sizeof value);
+        for (std::size_t i = 0; i < sizeof value; ++i) bytes_.push_back(p[i]);
         return *this;
     }
     Results& operator<<(const Bytes& bytes) {

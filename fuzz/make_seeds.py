@@ -142,3 +142,41 @@ for number, (name, source) in enumerate({**SOURCES, "words": words(100)}.items()
             f"{name}_{flags}",
             struct.pack("<IHHBB", number, 4000 * number, 30000, flags, 40) + words(20)[:40] + source,
         )
+
+# --- Stages of the block-sorting pipeline -----------------------------------------------------------------------------
+
+RUNS = b"".join(bytes([i % 3]) * (1 + i * i % 300) for i in range(30))
+RANKS = bytes(0 if i % 3 else i * i % 251 for i in range(400)) + bytes(100) + b"\x01\xff"
+STAGES = {
+    "encode_runs": RUNS,
+    "decode_runs": bytes([7, 7, 7, 7, 255, 7, 7, 7, 7, 0, 1, 2, 3, 3, 3, 3, 9, 4, 4, 4]) * 5,
+    "move_to_front": bytes(i * i % 97 for i in range(200)) + bytes(range(256)) + RUNS[:300],
+    "encode_zeros": RANKS,
+    "decode_zeros": bytes(1 + i % 2 for i in range(40)) + RANKS,
+    "encode_symbols": RANKS + RUNS[:500],
+}
+for stage, (name, plain) in enumerate(STAGES.items()):
+    for size, room in ((65535, 65535), (40, 30)):
+        write("bz2_stages", f"{name}_{room}", struct.pack("<BHH", stage, size, room) + plain)
+
+
+def packed(bits):
+    return int((bits + "0" * (-len(bits) % 8)), 2).to_bytes((len(bits) + 7) // 8, "big")
+
+
+# Two tables for five symbols, the last of which ends the block; three groups.
+DESCRIPTION = "010" + f"{3:015b}" + "0" + "10" + "10" + "00010" + "0000" + "100" + "110" + "00010" + "0000" + "100"
+for size, room in ((65535, 65535), (3, 7)):
+    write("bz2_stages", f"decode_stream_{room}", struct.pack("<BHHB", 6, size, room, 4) + packed(DESCRIPTION + "00011011" * 15 + "111" + "0" * 40))
+
+# --- The block sort ---------------------------------------------------------------------------------------------------
+
+for number in range(8):
+    write("bz2_transform", f"sort_{number}", struct.pack("<BH", 0, number) + words(30)[:150])
+    write("bz2_transform", f"sort_runs_{number}", struct.pack("<BH", 0, number) + b"abaababaabaab" * 3 + RUNS[:400])
+write("bz2_transform", "sort_pairs", struct.pack("<BH", 0, 1) + b"ab")
+write("bz2_transform", "invert", struct.pack("<BH", 1, 3) + b"nnbaaa")
+write("bz2_transform", "invert_any", struct.pack("<BH", 1, 123) + RUNS[:500])
+SYMBOLS = b"".join(struct.pack("<H", 0 if i % 4 else 2 + i * i % 20) for i in range(300))
+for name, capacity, last in (("", 2000, b""), ("_full", 250, b""), ("_beyond", 2000, b"\x30\0"), ("_long_run", 2000, bytes(100))):
+    write("bz2_transform", "symbols" + name, struct.pack("<BHBH", 2, 5, 24, capacity) + SYMBOLS + last)

@@ -73,7 +73,7 @@ class Decoder {
           bytes_(packed(bits.substr(pending))) {
         int32_t size = 0;
         EXPECT_EQ(ozrsDecodeHuffGetSize_BZ2_8u16u(32767 * 50, &size), StatusOk);
-        state_ = GuardedBuffer(static_cast<std::size_t>(size));
+        state_ = GuardedBuffer(static_cast<std::size_t>(size + 3) / 4 * 4);  // aligned
         EXPECT_EQ(ozrsDecodeHuffInit_BZ2_8u16u(narrow(alphaSize), state()), StatusOk);
     }
 

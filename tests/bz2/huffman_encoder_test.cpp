@@ -69,7 +69,7 @@ class Encoder {
     static std::size_t stateSize(const SymbolSample& sample) {
         int32_t size = 0;
         EXPECT_EQ(ozrsEncodeHuffGetSize_BZ2_16u8u(narrow(sample.symbols.size()), &size), StatusOk);
-        return static_cast<std::size_t>(size);
+        return static_cast<std::size_t>(size + 3) / 4 * 4;  // aligned
     }
 
     Symbols symbols_;

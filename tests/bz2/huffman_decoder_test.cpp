@@ -442,7 +442,7 @@ TEST(BlockHuffmanDecoder, BlocksOneAfterTheOther) {
 TEST(BlockHuffmanDecoder, AnyBytesDoNoHarm) {
     Random random(58);
     for (unsigned round = 0; round < 2000; ++round) {
-        Bytes bytes(1 + random.below(400));
+        Bytes bytes(2 + random.below(400));
         random.fill(bytes);
         bytes[0] = static_cast<uint8_t>((2 + random.below(5)) << 5);
         bytes[1] = static_cast<uint8_t>(random.below(3));

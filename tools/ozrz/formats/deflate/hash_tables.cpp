@@ -15,6 +15,10 @@ constexpr int32_t kEmpty = -32768;
 constexpr std::size_t kMinHeadSize = 256;
 constexpr std::size_t kMaxHeadSize = 65536;
 
+// All searches that are used here hash four bytes and keep chains.
+constexpr int32_t kHashMode = 1;
+constexpr std::size_t kHashedBytes = 4;
+
 }  // namespace
 
 void HashTables::clear(const Chunk& chunk) {
@@ -30,15 +34,15 @@ void HashTables::clear(const Chunk& chunk) {
     std::fill_n(head_.get(), size, kEmpty);
 }
 
-void HashTables::enterHistory(const Chunk& chunk, HashMode mode) {
+void HashTables::enterHistory(const Chunk& chunk) {
     if (chunk.history == 0) return;
     // With the bytes that the hash of the last position of the history reaches into the chunk, so that none is left
     // out.
-    const std::size_t reach = std::min<std::size_t>(mode == HashMode::fourBytes ? 3 : 2, chunk.bytes.size());
+    const std::size_t reach = std::min(kHashedBytes - 1, chunk.bytes.size());
     const Status status =
         ozrsDeflateUpdateHash_8u(chunk.bytes.data() - chunk.history, kStartIndex - static_cast<int32_t>(chunk.history),
                                  static_cast<int32_t>(chunk.history + reach), head_.get(), headSize_, previous_.get(),
-                                 static_cast<int32_t>(kWindowSize), static_cast<int32_t>(mode));
+                                 static_cast<int32_t>(kWindowSize), kHashMode);
     if (status != StatusOk) throw Error("priming the hash tables failed with status " + std::to_string(status));
 }
 

@@ -15,16 +15,13 @@ namespace ozrz::deflate {
 // the source, however much history there is.
 inline constexpr int32_t kStartIndex = static_cast<int32_t>(kWindowSize);
 
-// Which of the library's hashes the tables are for.
-enum class HashMode : int32_t { threeBytes = 0, fourBytes = 1 };
-
 class HashTables {
   public:
     // Empties the tables, of a size that suits the chunk.
     void clear(const Chunk& chunk);
 
     // Enters the positions of the chunk's history.
-    void enterHistory(const Chunk& chunk, HashMode mode);
+    void enterHistory(const Chunk& chunk);
 
     int32_t* head() { return head_.get(); }
     int32_t* previous() { return previous_.get(); }

@@ -48,7 +48,7 @@ class RecordEncoder final : public ChunkEncoder {
 
     void encode(const Chunk& chunk, BitWriter& out) override {
         tables_.clear(chunk);
-        tables_.enterHistory(chunk, HashMode::fourBytes);
+        tables_.enterHistory(chunk);
         parse(chunk.bytes);
         joinBlocks(blocks_);
         for (const Block& block : blocks_) writeBlock(out, block, chunk.last && &block == &blocks_.back());

@@ -41,13 +41,13 @@ class SinglePassEncoder final : public ChunkEncoder {
         const BitWriter start = out;
         tables_.clear(chunk);
         if (code_ == SinglePassCode::fixed) {
-            tables_.enterHistory(chunk, HashMode::fourBytes);
+            tables_.enterHistory(chunk);
             out.put(static_cast<uint32_t>(BlockType::fixed) << 1 | (chunk.last ? 1 : 0), kBlockHeaderBits);
             run(chunk.bytes, out, nullptr);
         } else {
             // What the training leaves in the table are positions ahead, which lead to no match and do no harm.
             const PreparedCode code = train(chunk.bytes.first(std::min(chunk.bytes.size(), kTrainingSize)));
-            tables_.enterHistory(chunk, HashMode::fourBytes);
+            tables_.enterHistory(chunk);
             writeHeader(code, chunk.last, out);
             run(chunk.bytes, out, &code);
         }

@@ -96,8 +96,9 @@ class Refinement {
         for (unsigned pass = 0; pass < kRefinements; ++pass) {
             selectTables(src, length);
             for (ptrdiff_t t = 0; t < state_.nGroups; ++t) {
-                makeCodeLengths(counts_[static_cast<size_t>(t)].data(), state_.alphaSize,
-                                state_.lengths + t * kMaxAlphabet);
+                auto& counts = counts_[static_cast<size_t>(t)];
+                for (size_t symbol = 0; symbol < kMaxAlphabet; ++symbol) counts[0][symbol] += counts[1][symbol];
+                makeCodeLengths(counts[0].data(), state_.alphaSize, state_.lengths + t * kMaxAlphabet);
             }
             setRows();
         }
@@ -124,7 +125,7 @@ class Refinement {
     }
 
     void selectTables(const uint16_t* src, int32_t length) noexcept {
-        for (auto& counts : counts_) counts.fill(0);
+        counts_ = {};
         uint8_t* selector = state_.selectors();
         const uint16_t* const end = src + length;
         for (; end - src >= kGroupSize; src += kGroupSize) *selector++ = selectTable(src, kGroupSize);
@@ -132,19 +133,32 @@ class Refinement {
     }
 
     [[gnu::always_inline]] uint8_t selectTable(const uint16_t* group, ptrdiff_t size) noexcept {
-        __m128i costs = _mm_setzero_si128();
-        for (ptrdiff_t i = 0; i < size; ++i) {
-            costs = _mm_adds_epu16(costs, load128(rows_[group[i] & kIndexMask].data()));
+        __m128i even = _mm_setzero_si128();
+        __m128i odd = _mm_setzero_si128();
+        for (ptrdiff_t i = 0; i + 2 <= size; i += 2) {
+            even = _mm_adds_epu16(even, row(group[i]));
+            odd = _mm_adds_epu16(odd, row(group[i + 1]));
         }
-        const auto table = static_cast<uint8_t>(_mm_extract_epi16(_mm_minpos_epu16(costs), 1));
+        if (size % 2 != 0) even = _mm_adds_epu16(even, row(group[size - 1]));
+        const __m128i sums = _mm_adds_epu16(even, odd);
+        const auto table = static_cast<uint8_t>(_mm_extract_epi16(_mm_minpos_epu16(sums), 1));
         auto& counts = counts_[table];
-        for (ptrdiff_t i = 0; i < size; ++i) ++counts[group[i] & kIndexMask];
+        for (ptrdiff_t i = 0; i + 2 <= size; i += 2) {
+            ++counts[0][group[i] & kIndexMask];
+            ++counts[1][group[i + 1] & kIndexMask];
+        }
+        if (size % 2 != 0) ++counts[0][group[size - 1] & kIndexMask];
         return table;
+    }
+
+    [[gnu::always_inline]] [[nodiscard]] __m128i row(uint16_t symbol) const noexcept {
+        return load128(rows_[symbol & kIndexMask].data());
     }
 
     HuffEncState& state_;
     alignas(16) std::array<std::array<uint16_t, kLanes>, kIndexMask + 1> rows_;
-    std::array<std::array<uint32_t, kIndexMask + 1>, kMaxTables> counts_;
+    // Two for each table, by turns: a count does not wait for the one before it.
+    std::array<std::array<std::array<uint32_t, kIndexMask + 1>, 2>, kMaxTables> counts_;
 };
 
 // Canonical codes: shorter ones first, those of one length in the order of their symbols.

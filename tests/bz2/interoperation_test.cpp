@@ -57,8 +57,8 @@ TEST(BlockSortingInteroperation, SamplesOfEveryKind) {
 }
 
 TEST(BlockSortingInteroperation, RunsOfEveryLength) {
-    for (const uint64_t usual : {2, 5, 40, 300}) {
-        for (const uint64_t values : {1, 2, 5, 256}) {
+    for (const uint64_t usual : {2U, 5U, 40U, 300U}) {
+        for (const uint64_t values : {1U, 2U, 5U, 256U}) {
             checkBothWays(runSample(150000, usual, values, usual), 1);
             if (HasFatalFailure()) return;
         }

@@ -39,8 +39,8 @@ class Coder {
 std::vector<Bytes> samples() {
     std::vector<Bytes> all;
     for (const SampleKind& kind : sampleKinds()) all.push_back(kind.make(6000, 9));
-    for (const uint64_t values : {1, 2, 15, 16, 17, 40, 256}) {
-        for (const uint64_t usual : {1, 3, 30}) all.push_back(runSample(6000, usual, values, usual + values));
+    for (const uint64_t values : {1U, 2U, 15U, 16U, 17U, 40U, 256U}) {
+        for (const uint64_t usual : {1U, 3U, 30U}) all.push_back(runSample(6000, usual, values, usual + values));
     }
     Random random(91);
     Bytes scattered(6000);
@@ -88,7 +88,7 @@ TEST(MoveToFrontCoding, MatchesTheModelInOneCall) {
 
 TEST(MoveToFrontCoding, MatchesTheModelInPieces) {
     Random random(92);
-    for (const uint64_t most : {1, 7, 20, 300}) {
+    for (const uint64_t most : {1U, 7U, 20U, 300U}) {
         for (const Bytes& bytes : samples()) {
             check(bytes, [&] { return static_cast<std::size_t>(1 + random.below(most)); });
             if (HasFatalFailure()) return;

@@ -163,8 +163,8 @@ Bytes checkedDecoding(const Bytes& code, Capacity capacity) {
 std::vector<Bytes> blocks() {
     std::vector<Bytes> all;
     for (const SampleKind& kind : sampleKinds()) all.push_back(kind.make(5000, 8));
-    for (const uint64_t usual : {2, 4, 6, 12, 40, 300}) {
-        for (const uint64_t values : {1, 2, 3, 256}) all.push_back(runSample(5000, usual, values, usual + values));
+    for (const uint64_t usual : {2U, 4U, 6U, 12U, 40U, 300U}) {
+        for (const uint64_t values : {1U, 2U, 3U, 256U}) all.push_back(runSample(5000, usual, values, usual + values));
     }
     return all;
 }
@@ -234,7 +234,7 @@ TEST(RunLengths, EncoderMatchesTheModelOnWholeBlocksAndDecodesBack) {
 
 TEST(RunLengths, EncoderMatchesTheModelInPieces) {
     Random random(81);
-    for (const uint64_t most : {1, 3, 8, 40, 700}) {
+    for (const uint64_t most : {1U, 3U, 8U, 40U, 700U}) {
         for (const Bytes& block : blocks()) {
             const auto any = [&] { return static_cast<std::size_t>(1 + random.below(most)); };
             const Bytes code = checkedEncoding(block, any, any);
@@ -257,7 +257,7 @@ TEST(RunLengths, BlocksOfEveryShortLength) {
 
 TEST(RunLengths, DecoderMatchesTheModelOnAnyBytes) {
     Random random(82);
-    for (const uint64_t most : {1, 5, 30, 500, 100000}) {
+    for (const uint64_t most : {1U, 5U, 30U, 500U, 100000U}) {
         for (const Bytes& code : blocks()) {
             checkedDecoding(code, [&] { return static_cast<std::size_t>(1 + random.below(most)); });
             if (HasFailure()) return;

@@ -93,8 +93,8 @@ void checkDecoding(const Symbols& symbols, std::size_t capacity) {
 std::vector<Bytes> samples(std::size_t size) {
     std::vector<Bytes> all;
     for (const SampleKind& kind : sampleKinds()) all.push_back(kind.make(size, 11));
-    for (const uint64_t values : {1, 2, 3, 256}) {
-        for (const uint64_t usual : {1, 3, 20, 400}) all.push_back(runSample(size, usual, values, usual + values));
+    for (const uint64_t values : {1U, 2U, 3U, 256U}) {
+        for (const uint64_t usual : {1U, 3U, 20U, 400U}) all.push_back(runSample(size, usual, values, usual + values));
     }
     Bytes scattered = runSample(size, 1, 256, 12);
     Random random(12);

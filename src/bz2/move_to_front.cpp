@@ -65,14 +65,21 @@ class List {
     }
 
     // Moves a symbol to the front and returns the rank that it had.
+    //
+    // The next symbol waits for the list, not for the rank: the shuffle of `moveNear`, which does, is not used here.
     [[gnu::always_inline]] unsigned find(uint8_t symbol) noexcept {
         const __m128i wanted = _mm_set1_epi8(static_cast<char>(symbol));
-        const unsigned found = equalMask(front_, wanted);
+        const __m128i same = _mm_cmpeq_epi8(front_, wanted);
+        const auto found = static_cast<unsigned>(_mm_movemask_epi8(same));
         if (found == 0) [[unlikely]]
             return findFar(wanted);
-        const auto rank = static_cast<unsigned>(std::countr_zero(found));
-        moveNear(rank);
-        return rank;
+        // In the half that has the symbol, the subtraction sets all bytes from its place on; if it is the lower half,
+        // the upper one follows. Behind the place, entries stay.
+        const __m128i fromPlace = _mm_sub_epi64(_mm_setzero_si128(), _mm_and_si128(same, _mm_set1_epi8(1)));
+        const __m128i upperHalf = _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 7, 7, 7, 7, 7, 7, 7, 7);
+        const __m128i behind = _mm_or_si128(_mm_slli_si128(fromPlace, 1), _mm_shuffle_epi8(fromPlace, upperHalf));
+        front_ = _mm_blendv_epi8(_mm_alignr_epi8(front_, wanted, 15), front_, behind);
+        return static_cast<unsigned>(std::countr_zero(found));
     }
 
     // Moves the entry of a rank to the front.

@@ -35,7 +35,8 @@ class TurnComparison {
         : block_(block),
           limit_(effort == SortEffort::kBounded ? std::min(kLongEnough, block.n) : block.n),
           counting_(effort == SortEffort::kBudget),
-          budget_(budgetOf(block.n)) {}
+          budget_(budgetOf(block.n)),
+          sortsLeft_(kSortsPerByte * block.n) {}
 
     [[nodiscard]] bool leftTies() const noexcept { return leftTies_; }
 
@@ -44,6 +45,13 @@ class TurnComparison {
     bool sort(uint32_t* group, uint32_t size, uint32_t depth) noexcept {
         uint32_t limit = limit_;
         for (;;) {
+            if (size == 2 || depth > kKeyBytes) {
+                const uint32_t until = std::min(limit, depth + kStride);
+                const uint32_t common = commonBytes(group, size, depth, until);
+                if (counting_ && !pay(size, common, depth)) return false;
+                depth += common;
+                if (depth == until && depth < limit) continue;
+            }
             if (depth >= limit) {
                 if (depth >= block_.n || nextTurnKnown(group[0], depth)) {
                     for (uint32_t i = 1; i < size; ++i) group[i] |= kTied;
@@ -51,8 +59,17 @@ class TurnComparison {
                     return true;
                 }
                 limit = std::min(2 * depth, block_.n);
+                continue;
             }
-            if (counting_ && !pay(size, depth)) return false;
+            if (size == 2) {
+                if (block_.bytes[group[0] + depth] > block_.bytes[group[1] + depth]) std::swap(group[0], group[1]);
+                return true;
+            }
+            if (counting_ && !pay(size, kKeyBytes, depth)) return false;
+            if (!counting_ && (sortsLeft_ -= size) < 0) {
+                limit_ = std::min(limit_, kLongEnoughThen);
+                limit = std::min(limit, std::max(depth, limit_));
+            }
             const uint8_t* const at = block_.bytes + depth;
             sortGroup(group, size, [at](uint32_t place) noexcept {
                 return __builtin_bswap64(load64(at + place)) >> (64 - detail::kKeyBits);
@@ -83,8 +100,16 @@ class TurnComparison {
   private:
     static constexpr unsigned kKeyBytes = detail::kKeyBits / 8;
 
+    // So many bytes are compared before the budget is asked.
+    static constexpr uint32_t kStride = 256;
+
     // Turns that agree so far are more quickly told apart by doubling.
-    static constexpr uint32_t kLongEnough = 20;
+    static constexpr uint32_t kLongEnough = 1024;
+
+    // So are all turns if comparing comes to little: each of many groups may be sorted again and again and lose but a
+    // few turns each time. Ordinary blocks need less than one sort of a turn for each byte.
+    static constexpr int64_t kSortsPerByte = 8;
+    static constexpr uint32_t kLongEnoughThen = 32;
 
     // The budget of the comparison sort in bytes. The first bytes, which a radix sort would deal with, are free.
     static constexpr uint32_t kFreeDepth = 14;
@@ -92,9 +117,29 @@ class TurnComparison {
     static int64_t budgetOf(uint32_t n) noexcept { return int64_t{n} * (n < kLargeBlock ? 100 : 25); }
 
     // Charges for what sorting by comparisons of two would read.
-    bool pay(uint32_t size, uint32_t depth) noexcept {
-        if (depth >= kFreeDepth) budget_ -= int64_t{size} * std::bit_width(size) * kKeyBytes;
+    bool pay(uint32_t size, uint32_t bytes, uint32_t depth) noexcept {
+        const uint32_t charged = std::max(depth + bytes, kFreeDepth) - std::max(depth, kFreeDepth);
+        budget_ -= int64_t{size} * std::bit_width(size) * charged;
         return budget_ >= 0;
+    }
+
+    // How many bytes from `depth` up to `limit` are the same in all turns of the group.
+    [[nodiscard]] uint32_t commonBytes(const uint32_t* group, uint32_t size, uint32_t depth,
+                                       uint32_t limit) const noexcept {
+        if (depth >= limit) return 0;
+        const uint8_t* const first = block_.bytes + group[0] + depth;
+        uint32_t common = limit - depth;
+        for (uint32_t i = 1; i < size && common > 0; ++i) {
+            const uint8_t* const other = block_.bytes + group[i] + depth;
+            for (uint32_t d = 0; d < common; d += 16) {
+                const __m128i equal = _mm_cmpeq_epi8(load128(first + d), load128(other + d));
+                const auto different = static_cast<uint32_t>(_mm_movemask_epi8(equal)) ^ 0xFFFF;
+                if (different == 0) continue;
+                common = std::min(common, d + static_cast<uint32_t>(std::countr_zero(different)));
+                break;
+            }
+        }
+        return common;
     }
 
     // Whether all turns that share the first `depth` bytes with the one at `place` also share the distance to the next
@@ -111,6 +156,7 @@ class TurnComparison {
     uint32_t limit_;
     bool counting_;
     int64_t budget_;
+    int64_t sortsLeft_;
     bool leftTies_ = false;
 };
 

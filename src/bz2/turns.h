@@ -13,8 +13,8 @@ namespace ozrdc::bz2 {
 
 // A block twice in a row, and some bytes behind it.
 struct DoubledBlock {
-    // Words of eight bytes may be read from every place of the block and from as many places behind it.
-    static constexpr uint32_t kPadding = 8;
+    // 16 bytes may be read from every place of the block and from as many places behind it.
+    static constexpr uint32_t kPadding = 16;
 
     const uint8_t* bytes;
     uint32_t n;

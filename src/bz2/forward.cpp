@@ -98,7 +98,7 @@ struct Block {
 };
 
 void sortDirectly(const Block& block) noexcept {
-    std::array<uint8_t, 2 * kMinScratchSorted> doubled;
+    std::array<uint8_t, size_t{2} * kMinScratchSorted> doubled;
     std::memcpy(doubled.data(), block.src, block.n);
     std::memcpy(doubled.data() + block.n, block.src, block.n);
     std::array<uint8_t, kMinScratchSorted> order;

@@ -58,7 +58,7 @@ inline void sortWords(int64_t* words, uint32_t n, unsigned depthLeft) noexcept {
             std::sort_heap(words, words + n);
             return;
         }
-        const uint32_t step = n / 8;
+        const size_t step = n / 8;
         const int64_t* const middle = words + n / 2;
         const int64_t pivot = median(median(words[0], words[step], words[2 * step]),
                                      median(middle[-static_cast<int64_t>(step)], *middle, middle[step]),

@@ -107,7 +107,7 @@ int32_t decodeGroup(const WideTable& entries, const DecodingTable& table, unsign
     while (op < groupEnd) {
         in.refillFast();
         uint32_t entry = 1;
-        if (groupEnd - op >= 2 * kLookUps) {
+        if (groupEnd - op >= ptrdiff_t{2} * kLookUps) {
             for (int32_t i = 0; i < kLookUps && entry != 0; ++i) {
                 entry = lookUp();
                 if (entry != 0) take(entry);

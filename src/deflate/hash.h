@@ -39,6 +39,8 @@ struct HeadTable {
     // anything: a fetch does no harm wherever it goes.
     [[gnu::always_inline]] void prefetchCandidate(uint32_t slot, const uint8_t* p, uint32_t index) const noexcept {
         const auto distance = static_cast<uint16_t>(index - static_cast<uint32_t>(head[slot]));
+        // The address may lie outside of what p points into, where a pointer may not be moved to.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) - distance));
     }
 

@@ -61,6 +61,7 @@ template <class Lookup>
 bool nextSymbol(Source& source, Lookup lookup, Symbol& symbol) noexcept {
     for (;;) {
         symbol = lookup(source.bits);
+        if (symbol.codeBits > deflate::kMaxCodeLength) symbol = {};  // a damaged entry
         if (symbol.codeBits <= source.held) return true;
         if (!source.pullByte()) return false;
     }

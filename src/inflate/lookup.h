@@ -29,8 +29,9 @@ class GeneralTables {
         if (e & entry::kLiteral) return {Symbol::kLiteral, before + bitsToTake(e), entry::literal(e), 0};
         const unsigned codeBits = before + entry::codeBits(e);
         const auto length = static_cast<uint32_t>(entry::length(e));
-        // The extra bits are taken apart from the code here, and may not even be there yet.
-        const unsigned inIndex = static_cast<uint32_t>(bits >> codeBits) & ((1U << extraBits(e)) - 1);
+        // The extra bits are taken apart from the code here, and may not even be there yet. Only a damaged entry has a
+        // code of 64 bits and above.
+        const unsigned inIndex = static_cast<uint32_t>(bits >> (codeBits & 63)) & ((1U << extraBits(e)) - 1);
         if (e & entry::kLength) return {Symbol::kMatch, codeBits, length - inIndex, extraBits(e)};
         if (entry::sort(e) == entry::kLongLength) return {Symbol::kMatch, codeBits, length, extraBits(e)};
         return {entry::sort(e) == entry::kEndOfBlock ? Symbol::kEndOfBlock : Symbol::kInvalid, codeBits, 0, 0};

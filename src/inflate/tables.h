@@ -150,7 +150,7 @@ constexpr auto LenExtr = [] {
     std::array<ShortEntry, deflate::kFixedLitLenSymbols - deflate::kEndOfBlock> rows{};
     rows[0] = short_entry::kEndOfBlockType << short_entry::kTypeShift;
     for (unsigned code = 0; code < deflate::kLengthCodes; ++code) {
-        rows[1 + code] = static_cast<ShortEntry>(deflate::kLengthBase[code] << short_entry::kValueShift |
+        rows[1 + code] = static_cast<ShortEntry>(unsigned{deflate::kLengthBase[code]} << short_entry::kValueShift |
                                                  (short_entry::kLengthType | deflate::lengthExtraBits(code))
                                                      << short_entry::kTypeShift);
     }

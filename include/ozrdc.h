@@ -572,9 +572,9 @@ Status ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, int3
  * for (;;) {
  *     const Status s = ozrsDeflateLZ77Fastest_8u(&src, &srcLen, &srcIdx, window, winSize, head, hashSize,
  *                                                &bits, &bitCount, dst, dstLen, &dstIdx, last ? 2 : 0);
- *     // 33: empty or enlarge dst, and call again. 0 and not last: keep the window, get more source, behind what is
- * left
- *     // of the old. 0 and last: the block is complete; its last 0 to 7 bits are in `bits`.
+ *     // 33: empty or enlarge dst, and call again.
+ *     // 0 and not last: keep the window; more source comes behind what is left of the old.
+ *     // 0 and last: the block is complete; its last 0 to 7 bits are in `bits`.
  * }
  * @endcode
  *
@@ -597,8 +597,8 @@ enum { OZRDC_DEFLATE_HEADER_SIZE = 286 };
  *
  * @param[in,out] ppSrc           The source; advanced by the bytes parsed.
  * @param[in,out] pSrcLen         Its length in bytes; decreased by the bytes parsed. Nothing happens at 0 and below.
- * @param[in,out] pSrcIdx         Index of the first byte; advanced by the bytes parsed. When it comes near 2^31 it
- * starts again from `winSize`, and the entries of the hash table are lowered with it.
+ * @param[in,out] pSrcIdx         Index of the first byte; advanced by the bytes parsed. Near 2^31 it starts again from
+ *                                `winSize`, and the entries of the hash table are lowered with it.
  * @param[in]     pWindow         The bytes before the source. Must not be null, but is not read at index 0.
  * @param[in]     winSize         Size of the window, 256 to 32768. Distances are less.
  * @param[in,out] pHashHead       The hash table.

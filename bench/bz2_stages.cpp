@@ -48,8 +48,9 @@ class Block {
   public:
     explicit Block(const Bytes& data)
         : plain_(data.begin(), data.begin() + std::min<ptrdiff_t>(kBlockSize, std::ssize(data))) {
-        runs_.resize(2 * plain_.size() + 8);
-        runs_.resize(encodeRuns());
+        code_.resize(2 * plain_.size() + 8);
+        const size_t codeSize = encodeRuns();
+        runs_.assign(code_.begin(), code_.begin() + static_cast<ptrdiff_t>(codeSize));
         ozrsRLEGetInUseTable_8u(inUse_.data(), rle_.get());
         reduced_.resize(runs_.size());
         sorter_ = Memory<uint8_t>(sizeFrom([&](int32_t* size) { return ozrsBWTFwdGetSize_8u(length(runs_), size); }));
@@ -84,10 +85,10 @@ class Block {
         ozrsEncodeRLEInit_BZ2_8u(rle_.get());
         const uint8_t* at = plain_.data();
         int32_t left = length(plain_);
-        int32_t written = length(runs_) - 1;
-        ozrsEncodeRLE_BZ2_8u(&at, &left, runs_.data(), &written, rle_.get());
+        int32_t written = length(code_) - 1;
+        ozrsEncodeRLE_BZ2_8u(&at, &left, code_.data(), &written, rle_.get());
         int32_t last = 1;
-        ozrsEncodeRLEFlush_BZ2_8u(runs_.data() + written, &last, rle_.get());
+        ozrsEncodeRLEFlush_BZ2_8u(code_.data() + written, &last, rle_.get());
         return static_cast<size_t>(written + last);
     }
     size_t encodeRunsPlainly() {
@@ -137,7 +138,7 @@ class Block {
     }
 
     void transform() {
-        ozrsBWTFwd_8u(runs_.data(), reduced_.data(), length(runs_), &primaryIndex_, sorter_.get());
+        ozrsBWTFwd_8u(code_.data(), reduced_.data(), length(runs_), &primaryIndex_, sorter_.get());
         ozrsReduceDictionary_8u_I(inUse_.data(), reduced_.data(), length(reduced_), &dictionary_);
     }
 
@@ -273,7 +274,8 @@ class Block {
         uint32_t crc = 0;
         ozrsCRC32_BZ2_8u(plain_.data(), length(plain_), &crc);
         benchmark::DoNotOptimize(crc);
-        encodeRuns();
+        const size_t size = encodeRuns();
+        if (size != runs_.size()) return 0;
         ozrsRLEGetInUseTable_8u(inUse_.data(), rle_.get());
         transform();
         ozrsMTFInit_8u(list_.get());
@@ -325,6 +327,7 @@ class Block {
 
   private:
     Bytes plain_;
+    Bytes code_;  // where the run-length encoder writes
     Bytes runs_;
     Bytes reduced_;
     Bytes ranks_;

@@ -184,7 +184,7 @@ class Block {
         frequencies_.fill(0);
         const uint8_t* at = ranks_.data();
         int32_t left = length(ranks_);
-        int32_t written = length(ranks_);
+        auto written = static_cast<int32_t>(symbols_.size() - 1);  // the last is the end of the block
         ozrsEncodeZ1Z2_BZ2_8u16u(&at, &left, symbols_.data(), &written, frequencies_.data());
         return static_cast<size_t>(written);
     }

@@ -27,10 +27,10 @@ namespace detail {
 
 constexpr unsigned kKeyBits = 48;
 constexpr unsigned kPlaceBits = 64 - kKeyBits;
-constexpr uint32_t kMaxCached = 2048;
+constexpr uint32_t kMaxCached = 4096;
 static_assert(kMaxCached <= 1U << kPlaceBits);
 
-constexpr uint32_t kMaxRanked = 16;
+constexpr uint32_t kMaxRanked = 24;
 
 // Puts n <= kMaxRanked different words in order. The word behind them is overwritten.
 [[gnu::always_inline]] inline void sortByRank(int64_t* words, uint32_t n) noexcept {

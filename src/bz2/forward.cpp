@@ -1,9 +1,9 @@
 // The block sort: the last column of the sorted rotations of a block, and the row of the block itself.
 //
-// Blocks of fewer than 100 bytes are sorted directly. For longer ones the turns are sorted (turns.h) and all other
-// rotations placed from them (induce.h); the budget of comparisons that a caller may ask for, and the prefix doubling
-// that steps in for long repetitions, concern the turns alone. A caller may also choose prefix doubling of all
-// rotations.
+// Blocks of fewer than 100 bytes are sorted directly, and short ones by prefix doubling (doubling.h). For longer ones
+// the turns are sorted (turns.h) and all other rotations placed from them (induce.h); the budget of comparisons that a
+// caller may ask for, and the prefix doubling that steps in for long repetitions, concern the turns alone. A caller may
+// also choose prefix doubling of all rotations.
 //
 // The scratch buffer is used from its next multiple of 64 on: the two tables of pairs, the rows (n elements), and the
 // block twice in a row, which gives way to the ranks of doubling. For doubling alone it holds two arrays of n elements.
@@ -29,6 +29,9 @@ namespace {
 
 constexpr uint32_t kMinScratchSorted = 100;
 constexpr size_t kAlignment = 64;
+
+// To clear the tables of pairs, and to walk them, takes longer than doubling takes for a shorter block.
+constexpr uint32_t kMinTurnsSorted = 3000;
 
 // How a caller may ask for the sort.
 enum class Strategy : uint32_t {
@@ -64,6 +67,7 @@ constexpr uint32_t maxLength(Strategy strategy) noexcept {
     return strategy == Strategy::kDoubling ? (kMax - kDoublingScratchFixed) / kDoublingScratchPerByte
                                            : (kMax - kTurnScratchFixed) / kTurnScratchPerByte;
 }
+static_assert(2 * sizeof(uint32_t) * kMinTurnsSorted + kAlignment <= kTurnScratchFixed);
 static_assert(maxLength(Strategy::kFallback) <= kMaxDoublingLength &&
               maxLength(Strategy::kDoubling) <= kMaxDoublingLength);
 
@@ -164,8 +168,11 @@ Status sortBlock(const Block& block, uint8_t* scratch, Strategy strategy) noexce
             return sortByTurns(block, scratch, SortEffort::kBudget) ? StatusOk : StatusSortBudgetExceeded;
         case Strategy::kNoBudget:
         case Strategy::kFallback:
-            sortByTurns(block, scratch, SortEffort::kBounded);
-            break;
+            if (block.n >= kMinTurnsSorted) {
+                sortByTurns(block, scratch, SortEffort::kBounded);
+                break;
+            }
+            [[fallthrough]];
         case Strategy::kDoubling:
             sortAllByDoubling(block, scratch);
             break;

@@ -163,12 +163,29 @@ TEST(BlockSort, RandomBlocksOfFewLetters) {
     }
 }
 
-TEST(BlockSort, SamplesAroundTheLengthFromWhichScratchIsUsed) {
+TEST(BlockSort, RandomLongerBlocksOfFewLetters) {
+    Random random(802);
+    Transform after(Guard::After);
+    Transform before(Guard::Before);
+    for (int round = 0; round < 400; ++round) {
+        Bytes word(1 + random.below(random.oneIn(3) ? 3000 : 30));
+        const uint64_t letters = 2 + random.below(random.oneIn(4) ? 255 : 3);
+        for (uint8_t& letter : word) letter = static_cast<uint8_t>(random.below(letters) * 255 / letters);
+        Bytes block = repeated(word, 2500 + random.below(4000));
+        for (uint64_t changes = 1 + random.below(10); changes > 0; --changes) {
+            block[random.below(block.size())] = random.byte();
+        }
+        if (isPrimitive(block)) expectInverseLeadsBack(random.oneIn(2) ? after : before, block, {1, 2, kOwnChoice});
+        if (HasFatalFailure()) return;
+    }
+}
+
+TEST(BlockSort, SamplesAroundTheLengthsThatDecideTheMethod) {
     Transform transform;
     for (const SampleKind& kind : sampleKinds()) {
         SCOPED_TRACE(kind.name);
-        const Bytes sample = kind.make(1500, 1);
-        for (const std::size_t size : {98, 99, 100, 101, 255, 256, 257, 1500}) {
+        const Bytes sample = kind.make(3000, 1);
+        for (const std::size_t size : {98, 99, 100, 101, 255, 256, 257, 1500, 2999, 3000}) {
             expectPlainResult(transform, View(sample).first(size));
         }
     }

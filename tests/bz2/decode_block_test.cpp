@@ -118,7 +118,8 @@ TEST(BlockDecoder, RestoresBlocks) {
     for (const SampleKind& kind : sampleKinds()) {
         SCOPED_TRACE(kind.name);
         const Bytes sample = kind.make(300000, 1);
-        for (const std::size_t size : {1, 2, 3, 16, 17, 100, 1000, 5000, 262143, 262144, 300000}) {
+        for (const std::size_t size :
+             std::to_array<std::size_t>({1, 2, 3, 16, 17, 100, 1000, 5000, 262143, 262144, 300000})) {
             const View block = View(sample).first(size);
             const Encoded e = encode(block);
             Decoder& decode = size % 2 == 0 ? after : before;
@@ -207,7 +208,7 @@ TEST(BlockDecoder, LiteralsAreBoundedByTheCapacity) {
 TEST(BlockDecoder, StretchesOfDigitsMayBeOfAnyLength) {
     Decoder decode;
     const Bytes inUse = inUseTable(Bytes{'a', 'b'});
-    for (const std::size_t digits : {24, 31, 32, 33, 63, 64, 65, 1000, 100000}) {
+    for (const std::size_t digits : std::to_array<std::size_t>({24, 31, 32, 33, 63, 64, 65, 1000, 100000})) {
         for (const uint16_t digit : std::to_array<uint16_t>({0, 1})) {
             Symbols symbols{2};
             symbols.resize(1 + digits, digit);

@@ -1,6 +1,7 @@
 // The inverse transform: of what the forward transform gives, and of any other bytes and rows.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 
 #include "bz2/inverse.h"
@@ -117,7 +118,7 @@ TEST(BlockInverse, LinksOfLongBlocks) {
 
 TEST(BlockInverse, BlocksAroundTheReachOfPackedRows) {
     Bytes column(std::size_t{1} << 24, 'b');
-    for (const std::size_t at : {0, 1, 5000000, 16777214}) column[at] = 'a';
+    for (const std::size_t at : std::to_array<std::size_t>({0, 1, 5000000, 16777214})) column[at] = 'a';
     Inverse inverse;
     for (const std::size_t size : {column.size() - 1, column.size()}) {
         const View part = View(column).first(size);

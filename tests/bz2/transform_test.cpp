@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <limits>
 #include <optional>
@@ -120,7 +121,7 @@ TEST(BlockSort, KnownBlock) {
 
 TEST(BlockSort, OneByteAndEqualBytesAreTheirOwnLastColumn) {
     Transform transform;
-    for (const std::size_t size : {1, 2, 99, 100, 101, 1000, 100000}) {
+    for (const std::size_t size : std::to_array<std::size_t>({1, 2, 99, 100, 101, 1000, 100000})) {
         const Bytes block(size, 0xE7);
         for (uint32_t strategy = 0; strategy <= kOwnChoice; ++strategy) {
             const Result result = transform(block, strategy);
@@ -185,7 +186,7 @@ TEST(BlockSort, SamplesAroundTheLengthsThatDecideTheMethod) {
     for (const SampleKind& kind : sampleKinds()) {
         SCOPED_TRACE(kind.name);
         const Bytes sample = kind.make(3000, 1);
-        for (const std::size_t size : {98, 99, 100, 101, 255, 256, 257, 1500, 2999, 3000}) {
+        for (const std::size_t size : std::to_array<std::size_t>({98, 99, 100, 101, 255, 256, 257, 1500, 2999, 3000})) {
             expectPlainResult(transform, View(sample).first(size));
         }
     }
@@ -248,7 +249,7 @@ TEST(BlockSort, BlocksThatAreHardToSort) {
 
 TEST(BlockSort, PeriodicBlocksHaveTheColumnOfTheirRoot) {
     Transform transform;
-    for (const std::size_t period : {2, 3, 5, 7, 25, 1000, 100000}) {
+    for (const std::size_t period : std::to_array<std::size_t>({2, 3, 5, 7, 25, 1000, 100000})) {
         const std::size_t times = 200000 / period;
         const Bytes root = sampleKind("random").make(period, period);
         ASSERT_TRUE(isPrimitive(root));
@@ -267,7 +268,7 @@ TEST(BlockSort, PeriodicBlocksHaveTheColumnOfTheirRoot) {
 
 TEST(BlockSort, BudgetEndsTheSortOfRepetitiveBlocksOnly) {
     Transform transform;
-    for (const std::size_t size : {99899, 99900, 200000}) {
+    for (const std::size_t size : std::to_array<std::size_t>({99899, 99900, 200000})) {
         const Bytes repetitive = repeated(Bytes{'a', 'b', 'c'}, size);
         const Result given = transform(repetitive, 0);
         EXPECT_EQ(given.status, StatusSortBudgetExceeded);
@@ -335,7 +336,7 @@ TEST(BlockSort, EntriesOfLongBlocks) {
 
 TEST(BlockSort, BlocksAroundTheReachOfPackedEntries) {
     Bytes block(std::size_t{1} << 24, 'b');
-    for (const std::size_t at : {0, 1, 5000000, 16777214}) block[at] = 'a';
+    for (const std::size_t at : std::to_array<std::size_t>({0, 1, 5000000, 16777214})) block[at] = 'a';
     Transform transform;
     expectInverseLeadsBack(transform, View(block).first(block.size() - 1), {1});
     expectInverseLeadsBack(transform, block, {1});

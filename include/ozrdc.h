@@ -333,8 +333,8 @@ Status ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
  *
  * **Indexes.** Every byte of the stream has an index: `*pSrcIdx` is that of the byte at `*ppSrc`, 0 for the first of
  * the stream. When it comes near 2^31, the call that finds it so lowers it to `winSize`, and the entries of both tables
- * with it (not below -32768), before it parses. That needs room for the source itself: it should be shorter than 2^30
- * bytes.
+ * with it (not below -32768), before it parses. That needs room for the source itself: it should be no longer than
+ * 2^30 - 32768 bytes.
  *
  * **Window.** The bytes in front of `*ppSrc`, oldest first: n = min(`*pSrcIdx`, `winSize`) of them, of which the last,
  * `pWindow[n - 1]`, is the one before `*ppSrc`. In other words, the byte of index i is at
@@ -490,7 +490,8 @@ Status ozrsDeflateUpdateHash_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t src
 
 /**
  * Loads a preset dictionary: copies its last n = min(`dictLen`, `winSize`) bytes to the window, and enters all but the
- * last 257 of these positions in the hash tables, with indexes from 0 on. The stream then starts at index n.
+ * last 257 of these positions in the hash tables, with indexes from 0 on. The stream then starts at index
+ * n (at 0 if nothing is done).
  *
  * @param[in]     pDict      The dictionary.
  * @param[in]     dictLen    Its length in bytes. Below 4 (3 with `hashMode` 0), negative too, nothing is done.
@@ -499,7 +500,7 @@ Status ozrsDeflateUpdateHash_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t src
  * @param[in,out] pHashPrev  Index before each index: `winSize` entries; not used with `hashMode` 0.
  * @param[out]    pWindow    The window, `winSize` bytes.
  * @param[in]     winSize    Size of the window, 256 to 32768.
- * @param[in]     hashMode   0 for levels ending in 0, anything else for the other ones.
+ * @param[in]     hashMode   0 for levels ending in 0, anything else for the other ones and the single-pass encoders.
  * @retval StatusOk           The dictionary was loaded, if it is long enough.
  * @retval StatusNullPointer  `pDict`, `pHashHead`, `pHashPrev` or `pWindow` is null.
  * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
@@ -659,7 +660,8 @@ Status ozrsDeflateLZ77FastestGenHeader_8u(const DeflateHuffCode* pLitHuffCodes, 
 /**
  * Encodes data in one pass with a prepared code, or the fixed one.
  *
- * The call that encodes the first bytes of a stream (`*pSrcIdx` 0) writes the header before them; until there is
+ * The call that encodes the first bytes of a stream (`*pSrcIdx` 0) writes the header before them (a stream that starts
+ * behind a dictionary, at an index above 0, gets none: the caller writes it); until there is
  * something to write behind it, nothing is written. The last 260 bytes of the source are left to the next call, unless
  * `flush` says that there is none; then the end-of-block symbol follows the last byte.
  *
@@ -719,8 +721,7 @@ Status ozrsDeflateLZ77FastestPrecompHeader_8u(const uint8_t** ppSrc, int32_t* pS
  * @retval StatusOk               All was encoded that can be; at a final flush the block is complete.
  * @retval StatusDestinationFull  The next symbol does not fit.
  * @retval StatusNullPointer      A pointer, or `*ppSrc`, is null.
- * @retval StatusSizeError        `winSize` or `hashSize` is out of range, or `*pDstIdx` is negative or not below
- * `dstLen`.
+ * @retval StatusSizeError        `winSize` or `hashSize` is out of range, or `*pDstIdx` is not in the destination.
  */
 Status ozrsDeflateLZ77Fastest_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx, const uint8_t* pWindow,
                                  int32_t winSize, int32_t* pHashHead, int32_t hashSize, uint16_t* pCode,
@@ -805,6 +806,8 @@ Status ozrsInflateBuildHuffTable(const uint16_t* pCodeLens, uint32_t nLitCodeLen
  * - 2: the destination is full and the next symbol is not the end of the block, or the source ran out inside a symbol.
  *
  * A destination that is just filled still takes the end of the block, so that a buffer of the exact size gives mode 0.
+ * Bytes of the destination behind those that were produced, up to `*pDstLen` of them, may be overwritten.
+ *
  * Whole bytes that were read ahead are handed back, so that after modes 0 and 2 (destination full) at most 7 bits stay
  * in `*pCode`, unless they came in with the call.
  *
@@ -824,8 +827,9 @@ Status ozrsInflateBuildHuffTable(const uint16_t* pCodeLens, uint32_t nLitCodeLen
  * @retval StatusNullPointer   A pointer is null, or `*ppSrc` or `*ppDst`.
  * @retval StatusSizeError     `*pCodeLenBits` is above 32, or `winIdx` above `winSize`.
  * @retval StatusBadCodeTable  The source holds a code that stands for nothing, or a distance that reaches behind the
- *                             available history; or `tableKind` is above 2 (then nothing is changed). The arguments
- * tell how far decoding came; the bytes written up to there are good.
+ *                             available history. The arguments tell how far decoding came; the bytes written up to
+ *                             there are good. Also, with nothing changed: `tableKind` is above 2, the tables of kind 2
+ *                             are longer than they can be, or the state holds no suspended block in mode 2.
  */
 Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode, uint32_t* pCodeLenBits,
                       uint32_t winIdx, uint8_t** ppDst, uint32_t* pDstLen, uint32_t dstIdx, uint32_t* pMode,

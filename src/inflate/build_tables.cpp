@@ -28,8 +28,7 @@ struct Code {
     unsigned longest = 0;
 
     Code(const uint16_t* codeLengths, uint32_t count) noexcept : lengths(codeLengths), n(count) {
-        // Lengths above 15 must not be passed; the mask keeps even those inside the array.
-        for (uint32_t i = 0; i < n; ++i) ++counts[lengths[i] & kMaxCodeLength];
+        for (uint32_t i = 0; i < n; ++i) ++counts[codeLength(lengths[i])];
         counts[0] = 0;
         for (unsigned length = 1; length <= kMaxCodeLength; ++length) {
             if (counts[length] == 0) continue;
@@ -78,7 +77,7 @@ void forSingleLevel(const Code& code, Put put, Grow grow) noexcept {
 
 Status ownsInflateBuildHuffTable(const Code& litLen, const Code& dist, InflateState* pState) noexcept {
     constexpr unsigned kEnd = deflate::kEndOfBlock;
-    if (litLen.n <= kEnd || litLen.lengths[kEnd] == 0) return StatusBadCodeTable;
+    if (litLen.n <= kEnd || codeLength(litLen.lengths[kEnd]) == 0) return StatusBadCodeTable;
 
     const ShortLayout<uint8_t> layout(pState->tables, litLen.longest);
     const auto at = [](uint8_t* table, size_t i) noexcept { return table + i * sizeof(ShortEntry); };

@@ -26,6 +26,10 @@ constexpr uint32_t reversedCode(uint32_t code, unsigned length) noexcept {
     return (uint32_t{swap8[code & 0xFF]} << 8 | swap8[code >> 8 & 0xFF]) >> (16 - length);
 }
 
+// A length as the caller gives it. Lengths above 15 must not be passed; what comes of them here stays inside the
+// arrays.
+constexpr unsigned codeLength(uint16_t length) noexcept { return length & deflate::kMaxCodeLength; }
+
 // The symbols with a code, in canonical order: by length, equal lengths in the order of the symbols.
 struct CanonicalOrder {
     std::array<uint16_t, deflate::kFixedLitLenSymbols> symbols{};
@@ -36,7 +40,8 @@ struct CanonicalOrder {
             next[length + 1] = next[length] + counts[length];
         }
         for (uint32_t symbol = 0; symbol < n; ++symbol) {
-            if (lengths[symbol] != 0) symbols[next[lengths[symbol]]++] = static_cast<uint16_t>(symbol);
+            const size_t length = codeLength(lengths[symbol]);
+            if (length != 0) symbols[next[length]++] = static_cast<uint16_t>(symbol);
         }
     }
 };

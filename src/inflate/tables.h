@@ -23,7 +23,7 @@
 //     bits 17-31  shortest distance of the code
 //
 // All other entries are of the sorts of `entry::Sort`. Entry 0 is invalid, and tables start out from it, so that
-// whatever no code reaches is. No entry, not even a damaged one, stands for more than the longest match.
+// whatever no code reaches is.
 #pragma once
 
 #include <array>
@@ -117,8 +117,8 @@ constexpr auto kDistSymbols = [] {
 constexpr unsigned kLitLenRootBits = 10;
 constexpr unsigned kDistRootBits = 8;
 
-// The most entries, both levels together, that a complete code of up to 288 or 30 symbols and 15 bits can need behind
-// a first level of 10 or 8 bits.
+// The most entries, both levels together, that a complete code of up to 15 bits can need: 288 symbols behind a first
+// level of 10 bits, 32 symbols (two more than there are) behind one of 8 bits.
 constexpr size_t kLitLenEntries = 1334;
 constexpr size_t kDistEntries = 402;
 

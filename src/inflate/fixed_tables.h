@@ -1,6 +1,7 @@
 // The decoding tables of the fixed code, constant data in the encoding of the general kind.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 

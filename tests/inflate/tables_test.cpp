@@ -30,6 +30,7 @@ class Built {
     }
 
     Status status() const { return status_; }
+    bool slackIntact() { return memory_.slackIntact(); }
     InflateState& state() { return *reinterpret_cast<InflateState*>(memory_.data()); }
 
     // True if nothing was written but the fields that such tables consist of.
@@ -271,6 +272,24 @@ TEST(InflateTables, ShortTablesHaveThePublishedLayout) {
     Lengths endOfBlockAlone(257);
     endOfBlockAlone[256] = 1;
     EXPECT_TRUE(hasShortLayout({endOfBlockAlone, {1, 1}}));
+}
+
+// They must not be passed and are not refused; what they may not do is lead out of the lengths or the state.
+TEST(InflateTables, LengthsAboveFifteenDoNoHarm) {
+    Random random(304);
+    for (int round = 0; round < 2000; ++round) {
+        BlockCodes codes = randomCodes(random);
+        for (Lengths* lengths : {&codes.literals, &codes.distances}) {
+            for (uint16_t& length : *lengths) {
+                // With the low bits kept, the code may look complete.
+                if (random.oneIn(3)) length = static_cast<uint16_t>(length | random.below(4096) << 4);
+                if (random.oneIn(300)) length = static_cast<uint16_t>(random.below(65536));
+            }
+        }
+        Built built(codes);
+        ASSERT_TRUE(built.slackIntact());
+        ASSERT_TRUE(built.status() == StatusOk || built.status() == StatusBadCodeTable) << built.status();
+    }
 }
 
 }  // namespace

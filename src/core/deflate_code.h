@@ -10,6 +10,9 @@ namespace ozrdc::deflate {
 
 constexpr unsigned kMaxCodeLength = 15;
 
+// Bits of BFINAL and BTYPE, which open a block.
+constexpr unsigned kBlockTypeBits = 3;
+
 // Literal/length symbols: 256 literals, the end of the block, and 29 length codes. Symbols 286 and 287 complete the
 // fixed code and never occur in a valid stream.
 constexpr unsigned kEndOfBlock = 256;

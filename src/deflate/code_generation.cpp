@@ -55,7 +55,6 @@ constexpr CountField kDistCount{1, 5};
 constexpr CountField kCodeLengthCount{4, 4};
 constexpr unsigned kCodeLengthBits = 3;
 constexpr uint64_t kDynamicBlock = 2 << 1;  // BTYPE above BFINAL, which is 0
-constexpr unsigned kBlockTypeBits = 3;
 
 // A header is longest if no two lengths are the same in a row, and their codes have the most bits; a run never takes
 // more than its lengths one by one would.

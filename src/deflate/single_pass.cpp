@@ -23,9 +23,6 @@ namespace {
 // From this length of a source on, in bytes, merged tables repay their building.
 constexpr int32_t kMergedSource = 8192;
 
-// Bits of a header that are not written: the caller has them.
-constexpr int32_t kBlockTypeBits = 3;
-
 // A sink that counts symbols.
 struct Statistics {
     uint32_t* lit;
@@ -132,7 +129,7 @@ void writeHeader(const uint8_t* pHeader, int32_t headerBits, BitWriter& out) noe
     out.storeExact();
     if (headerBits <= 0) return;
     *out.dst = static_cast<uint8_t>(out.bits);
-    ozrsCopyBE_1u(pHeader, kBlockTypeBits, out.dst, static_cast<int32_t>(out.count), headerBits);
+    ozrsCopyBE_1u(pHeader, int32_t{kBlockTypeBits}, out.dst, static_cast<int32_t>(out.count), headerBits);
     const auto total = static_cast<uint32_t>(headerBits) + out.count;
     out.dst += total / 8;
     out.count = total % 8;
@@ -208,7 +205,7 @@ Status y8_ozrsDeflateLZ77FastestPrecompHeader_8u(const uint8_t** ppSrc, int32_t*
     BitWriter out(*pCode, *pCodeLenBits, pDst + *pDstIdx);
     if (prepared && opens) {
         if (anyNull(pHeader)) return StatusNullPointer;
-        const int32_t headerBits = std::max(headerLenBits - kBlockTypeBits, 0);
+        const int32_t headerBits = std::max(headerLenBits - int32_t{kBlockTypeBits}, 0);
         if (int64_t{headerBits} + out.count > (int64_t{dstLen} - *pDstIdx) * 8) return StatusSizeError;
         if (!arguments.hasWork()) return StatusOk;
         writeHeader(pHeader, headerBits, out);

@@ -93,7 +93,7 @@ struct SourceSearch {
         const uint32_t refused = distance - 1 < reach ? 0 : 1;
         if ((static_cast<uint32_t>(difference) | refused) != 0) return 0;
         if (difference != 0) {
-            const int64_t length = __builtin_ctzll(difference) / 8;
+            const int64_t length = ozrdc::detail::equalBytes(difference);
             if (length < kCrcBytes) __builtin_unreachable();
             return length;
         }

@@ -41,6 +41,8 @@ enum TableKind : uint32_t { kFixedTables = 0, kGeneralTables = 1, kShortTables =
 // Most extra bits of a length and of a distance.
 constexpr unsigned kMaxLengthExtraBits = 5;
 constexpr unsigned kMaxDistExtraBits = 13;
+static_assert(kMaxLengthExtraBits == deflate::lengthExtraBits(deflate::kLengthCodes - 2));  // the last code has none
+static_assert(kMaxDistExtraBits == deflate::distExtraBits(deflate::kDistCodes - 1));
 
 constexpr size_t kTableBytes = sizeof(InflateState::tables);
 

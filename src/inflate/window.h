@@ -57,8 +57,10 @@ struct History {
         const uint64_t there = distance - inDestination(op);
         const uint64_t from = there <= winIdx ? winIdx - there : winIdx + winSize - there;
         if (length <= there && from + length + ShortCopy::overwrite <= winSize) [[likely]] {
+            constexpr unsigned kUnit = 16;
+            static_assert(kUnit - 1 <= ShortCopy::overwrite);
             uint8_t* const end = op + length;
-            for (const uint8_t* src = window + from; op < end; op += 16, src += 16) copyBlock<16>(op, src);
+            for (const uint8_t* src = window + from; op < end; op += kUnit, src += kUnit) copyBlock<kUnit>(op, src);
             return;
         }
         copyExact(op, distance, length);

@@ -147,7 +147,7 @@ TEST_F(Gzip, LargeMembersAreOneFile) {
 }
 
 TEST_F(Gzip, ZerosBehindTheEndAreNoGarbage) {
-    for (const std::size_t zeros : {1, 2, 511, 300'000})
+    for (const std::size_t zeros : {std::size_t{1}, std::size_t{2}, std::size_t{511}, std::size_t{300'000}})
         expectContents("hello", member("hello") + std::string(zeros, '\0'));
     const std::string file = member("hello") + std::string(600, '\0') + "x";
     const Decoded decoded = decodeWith("gzip", file);

@@ -256,6 +256,8 @@ def plot_codec(plt, family):
     for axes, (direction, primitives) in zip(grid.flat, panels.items()):
         for marker, (primitive, implementations) in zip(markers, primitives.items()):
             for implementation, results in implementations.items():
+                if any(r.compressed is None for r in results.values()):
+                    continue  # a stage by itself
                 x, y = overall_speed(results) / 1e9, overall_ratio(results)
                 axes.scatter(x, y, s=46, marker=marker, color=color[implementation], edgecolor="white", linewidth=0.6,
                              zorder=3, label=f"{primitive}, {implementation}")

@@ -42,7 +42,7 @@ constexpr auto litExtTable = [] {
     return extra;
 }();
 constexpr auto distExtTable = [] {
-    std::array<ExtraBits, kDistEntries> extra{};
+    std::array<ExtraBits, kNearDistances> extra{};
     for (unsigned i = 0; i < extra.size(); ++i) {
         const unsigned code = litCodeTable[256 + i];
         extra[i] = {static_cast<uint8_t>(i - kDistBase[code]), addNumBitDistTable[code]};

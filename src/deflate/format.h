@@ -30,21 +30,26 @@ constexpr int32_t kFinalFlush = 2;
 // The code of a length or a distance, by two ranges of entries. The first 256 entries: the length code of each match
 // length less 3. The other 512: the distance code of each distance less 1 that is below 256, and then of every 128
 // distances, because a code of larger distances stands for a multiple of 128 of them.
-constexpr unsigned kDistEntries = 256;
+constexpr unsigned kNearDistances = 256;
 constexpr unsigned kFarShift = 7;
 constexpr auto litCodeTable = [] {
     constexpr unsigned kFarEntries = kMaxDistance >> kFarShift;
-    std::array<uint8_t, 256 + kDistEntries + kFarEntries> table{};
+    std::array<uint8_t, 256 + kNearDistances + kFarEntries> table{};
     const auto codeOf = [](const auto& bases, unsigned value) {
         std::size_t code = bases.size() - 1;
         while (bases[code] > value) --code;
         return static_cast<uint8_t>(code);
     };
     for (unsigned i = 0; i < 256; ++i) table[i] = codeOf(kLengthBase, i);
-    for (unsigned i = 0; i < kDistEntries; ++i) table[256 + i] = codeOf(kDistBase, i);
+    for (unsigned i = 0; i < kNearDistances; ++i) table[256 + i] = codeOf(kDistBase, i);
     for (unsigned i = 0; i < kFarEntries; ++i) table[512 + i] = codeOf(kDistBase, i << kFarShift);
     return table;
 }();
+
+// A match length as records have it.
+[[gnu::always_inline]] inline uint8_t less3(int64_t length) noexcept {
+    return static_cast<uint8_t>(length - int64_t{kMinMatch});
+}
 
 // The length code (0 to 28) of a match length less 3.
 [[gnu::always_inline]] inline unsigned lengthCode(unsigned lengthLess3) noexcept { return litCodeTable[lengthLess3]; }
@@ -55,7 +60,7 @@ constexpr auto litCodeTable = [] {
     const unsigned less1 = distance - 1;
     const unsigned nearEntry = opaque(256 + less1);
     const unsigned farEntry = opaque(512 + (less1 >> kFarShift));
-    return litCodeTable[less1 < kDistEntries ? nearEntry : farEntry];
+    return litCodeTable[less1 < kNearDistances ? nearEntry : farEntry];
 }
 
 }  // namespace ozrdc::deflate

@@ -27,14 +27,14 @@ static_assert(7 + kMaxMatchBits < 64 && 7 + 2 * kMaxLiteralBits < 64);  // with 
 // From this number of records on, merged tables are worth building.
 constexpr int32_t kMergedRecords = 2048;
 
-struct Records {
+struct WrittenRecords {
     const uint8_t* values;
     const uint16_t* distances;
     int32_t count;
 };
 
 template <class Words>
-[[gnu::always_inline]] inline void write(const Records records, const Words& words, BitWriter& writer) noexcept {
+[[gnu::always_inline]] inline void write(const WrittenRecords records, const Words& words, BitWriter& writer) noexcept {
     BitWriter out = writer;
     out.storeExact();  // the caller may have given more than a byte
     // A turn takes one record or two.
@@ -69,7 +69,8 @@ template <class Words>
 }
 
 // Writes records by merged tables.
-[[gnu::noinline]] void ownsDeflateHuff_8u(const Records records, const CodeWords codes, BitWriter& writer) noexcept {
+[[gnu::noinline]] void ownsDeflateHuff_8u(const WrittenRecords records, const CodeWords codes,
+                                          BitWriter& writer) noexcept {
     const MergedWords words(codes.lit, codes.dist);
     write(records, words, writer);
 }
@@ -86,7 +87,7 @@ Status y8_ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, i
     if (anyNull(pLitSrc, pDistSrc, pCode, pCodeLenBits, pLitHuffCodes, pDistHuffCodes, pDst, pDstIdx)) {
         return StatusNullPointer;
     }
-    const Records records{pLitSrc, pDistSrc, std::max(srcLen, 0)};
+    const WrittenRecords records{pLitSrc, pDistSrc, std::max(srcLen, 0)};
     const CodeWords codes{pLitHuffCodes, pDistHuffCodes};
     BitWriter writer(*pCode, *pCodeLenBits, pDst + *pDstIdx);
     if (srcLen < kMergedRecords) {

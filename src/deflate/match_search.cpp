@@ -67,13 +67,11 @@ Status search(const Arguments& a, const int32_t* pParams, Parser parser, int32_t
     if (*a.pSrcLen <= 0 || *a.pDstLen <= 0) return StatusOk;
 
     Stream stream(*a.ppSrc, *a.pSrcLen, *a.pSrcIdx, a.pWindow, a.winSize);
-    if (needsRebasing(stream.srcIdx, *a.pSrcLen, a.winSize)) {
-        rebase(a.pHashHead, a.hashSize, stream.srcIdx, a.winSize);
-        rebase(a.pHashPrev, a.winSize, stream.srcIdx, a.winSize);
-        stream.srcIdx = a.winSize;
-    }
+    rebaseIfNeeded(
+        stream, *a.pSrcLen,
+        {{a.pHashHead, static_cast<std::size_t>(a.hashSize)}, {a.pHashPrev, static_cast<std::size_t>(a.winSize)}});
     const Call call{stream, ChainTables(a.pHashHead, a.hashSize, a.pHashPrev, a.winSize), effort, flush >= kFinalFlush};
-    Records records{a.pLitDst, a.pDistDst, 0, *a.pDstLen, a.pLitFreqTable, a.pDistFreqTable};
+    Records records{a.pLitDst, a.pDistDst, 0, *a.pDstLen, {a.pLitFreqTable, a.pDistFreqTable}};
     const uint8_t* const stopped = parser == Parser::Slow ? parseSlow(call, records)
                                    : effort.maxChain == 0 ? parseSingleProbe(call, records)
                                                           : parseFast(call, records);

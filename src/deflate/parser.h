@@ -11,6 +11,7 @@
 #include "deflate/format.h"
 #include "deflate/hash.h"
 #include "deflate/stream.h"
+#include "deflate/symbol_counts.h"
 
 namespace ozrdc::deflate {
 
@@ -28,15 +29,14 @@ struct Match {
     uint32_t distance;
 };
 
-// The caller's record buffers and symbol counters. A record is a literal with distance 0, or a match length less 3 with
-// its distance.
+// The caller's record buffers, and the counters of the symbols. A record is a literal with distance 0, or a match
+// length less 3 with its distance.
 struct Records {
     uint8_t* lit;
     uint16_t* dist;
     int64_t written;
     int64_t capacity;
-    uint32_t* litFreq;
-    uint32_t* distFreq;
+    SymbolCounts counts;
 
     [[nodiscard, gnu::always_inline]] int64_t room() const noexcept { return capacity - written; }
 
@@ -44,16 +44,14 @@ struct Records {
         lit[written] = byte;
         dist[written] = 0;
         ++written;
-        ++litFreq[byte];
+        counts.literal(byte);
     }
 
     [[gnu::always_inline]] void match(const Match found) noexcept {
-        const auto less3 = static_cast<unsigned>(found.length) - kMinMatch;
-        lit[written] = static_cast<uint8_t>(less3);
+        lit[written] = less3(found.length);
         dist[written] = static_cast<uint16_t>(found.distance);
         ++written;
-        ++litFreq[kFirstLengthSymbol + lengthCode(less3)];
-        ++distFreq[distCode(found.distance)];
+        counts.match(less3(found.length), found.distance);
     }
 };
 

@@ -85,7 +85,7 @@ class MergedWords {
         for (unsigned i = 0; i < 256; ++i) {
             lengths_[i] = pack(lit[kFirstLengthSymbol + litCodeTable[i]], litExtTable[i]);
         }
-        for (unsigned i = 0; i < kDistEntries; ++i) near_[i] = pack(dist[litCodeTable[256 + i]], distExtTable[i]);
+        for (unsigned i = 0; i < kNearDistances; ++i) near_[i] = pack(dist[litCodeTable[256 + i]], distExtTable[i]);
         for (unsigned i = 0; i < kDistCodes; ++i) {
             far_[i] = packFar(dist[i], addNumBitDistTable[i]);
         }
@@ -125,14 +125,14 @@ class MergedWords {
     }
 
     [[nodiscard, gnu::always_inline]] Bits distanceBits(uint32_t less1) const noexcept {
-        if (less1 < kDistEntries) return unpack(near_[less1]);
+        if (less1 < kNearDistances) return unpack(near_[less1]);
         return unpackFar(far_[litCodeTable[512 + (less1 >> kFarShift)]], less1);
     }
 
     uint32_t endOfBlock_{};
     std::array<uint32_t, 256> literals_{};
     std::array<uint32_t, 256> lengths_{};
-    std::array<uint32_t, kDistEntries> near_{};
+    std::array<uint32_t, kNearDistances> near_{};
     std::array<uint64_t, kDistCodes> far_{};
 };
 

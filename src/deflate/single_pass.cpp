@@ -16,6 +16,7 @@
 #include "deflate/record_words.h"
 #include "deflate/single_pass_parse.h"
 #include "deflate/stream.h"
+#include "deflate/symbol_counts.h"
 
 namespace ozrdc::deflate::single_pass {
 namespace {
@@ -25,23 +26,21 @@ constexpr int32_t kMergedSource = 8192;
 
 // A sink that counts symbols.
 struct Statistics {
-    uint32_t* lit;
-    uint32_t* dist;
+    SymbolCounts counts;
 
     [[nodiscard, gnu::always_inline]] bool hasRoom() const noexcept { return true; }
 
     [[gnu::always_inline]] void record(uint8_t value, uint32_t distance) const noexcept {
         if (distance == kLiteral) {
-            ++lit[value];
+            counts.literal(value);
         } else {
-            ++lit[kFirstLengthSymbol + lengthCode(value)];
-            ++dist[distCode(distance)];
+            counts.match(value, distance);
         }
     }
 
     [[gnu::always_inline]] void literals(uint8_t first, uint8_t second) const noexcept {
-        ++lit[first];
-        ++lit[second];
+        counts.literal(first);
+        counts.literal(second);
     }
 
     [[gnu::always_inline]] bool tryRecord(uint8_t value, uint32_t distance) const noexcept {
@@ -111,11 +110,7 @@ template <class Sink>
 bool parse(const Arguments& a, Sink& sink) noexcept {
     const int32_t length = a.length();
     Stream stream(*a.ppSrc, length, *a.pSrcIdx, a.pWindow, a.winSize);
-    // A source so long that it needs rebasing at the start of the stream would only claim a history that is not there.
-    if (stream.srcIdx > a.winSize && needsRebasing(stream.srcIdx, length, a.winSize)) {
-        rebase(a.pHashHead, a.hashSize, stream.srcIdx, a.winSize);
-        stream.srcIdx = a.winSize;
-    }
+    rebaseIfNeeded(stream, length, {{a.pHashHead, static_cast<std::size_t>(a.hashSize)}});
     const uint8_t* const end = a.final() ? stream.end : stream.end - std::min<int64_t>(length, kMargin);
     const uint8_t* const p = parseOnce(stream, HeadTable(a.pHashHead, a.hashSize), end, sink);
     *a.pSrcIdx = static_cast<int32_t>(stream.indexOf(p));

@@ -29,10 +29,6 @@ namespace ozrdc::deflate::single_pass {
 constexpr int64_t kMargin = 260;
 static_assert(kMargin >= int64_t{kMaxMatch} && kMargin >= kCrcBytes);
 
-[[gnu::always_inline]] inline uint8_t less3(int64_t length) noexcept {
-    return static_cast<uint8_t>(length - int64_t{kMinMatch});
-}
-
 // A match enters its start, and the positions behind it that every match covers. That needs no loop over its length,
 // and gains more by better matches (3% of the output) than it costs.
 constexpr uint32_t kEntered = static_cast<uint32_t>(kCrcBytes);
@@ -112,8 +108,8 @@ struct Found {
 // Parses positions from `p` to `end`, and perhaps the one at `end`, and returns where it stopped: behind the last, or
 // at a position before which the sink has no more room. Behind the positions the source goes on by the margin.
 template <class Search, class Sink>
-[[gnu::noinline]] const uint8_t* parseFast(const Stream& stream, const HeadTable table, const uint8_t* p,
-                                           const uint8_t* end, Sink& sink) noexcept {
+[[gnu::noinline]] const uint8_t* parseWithMargin(const Stream& stream, const HeadTable table, const uint8_t* p,
+                                                 const uint8_t* end, Sink& sink) noexcept {
     const Search search(stream);
     const uint32_t firstIndex = stream.indexOf(p);
     const uint8_t* const first = p;
@@ -186,7 +182,7 @@ const uint8_t* parseOnce(const Stream& stream, const HeadTable table, const uint
     const uint8_t* p = stream.src;
     const auto parseUpTo = [&]<class Search>(const uint8_t* partEnd) {
         partEnd = std::min(partEnd, fastEnd);
-        if (p < partEnd) p = parseFast<Search>(stream, table, p, partEnd, sink);
+        if (p < partEnd) p = parseWithMargin<Search>(stream, table, p, partEnd, sink);
     };
     parseUpTo.template operator()<WindowSearch>(stream.windowReach());
     parseUpTo.template operator()<SourceSearch<Reach::Growing>>(SourceSearch<Reach::Full>(stream).fullBegin(stream));

@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
+#include <span>
 
 #include "core/match_length.h"
 #include "core/unaligned.h"
@@ -100,13 +102,18 @@ struct Stream {
     return int64_t{srcIdx} + winSize + srcLen >= limit;
 }
 
-// Lowers the entries of a hash table as the index falls from `srcIdx` to `winSize`.
-inline void rebase(int32_t* entries, int32_t count, int32_t srcIdx, int32_t winSize) noexcept {
-    const int64_t shift = int64_t{srcIdx} - winSize;
+// Lowers the index of a call to the size of the window when that is due, and the entries of its hash tables with it.
+// What lies in the window stays what it is.
+inline void rebaseIfNeeded(Stream& stream, int32_t srcLen, std::initializer_list<std::span<int32_t>> tables) noexcept {
+    if (!needsRebasing(stream.srcIdx, srcLen, stream.winSize)) return;
+    const int64_t shift = int64_t{stream.srcIdx} - stream.winSize;
     constexpr int64_t kHighest = std::numeric_limits<int32_t>::max();
-    for (int32_t i = 0; i < count; ++i) {
-        entries[i] = static_cast<int32_t>(std::clamp(entries[i] - shift, int64_t{kEmptySlot}, kHighest));
+    for (const std::span<int32_t> table : tables) {
+        for (int32_t& entry : table) {
+            entry = static_cast<int32_t>(std::clamp(entry - shift, int64_t{kEmptySlot}, kHighest));
+        }
     }
+    stream.srcIdx = stream.winSize;
 }
 
 }  // namespace ozrdc::deflate

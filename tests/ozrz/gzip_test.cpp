@@ -230,6 +230,15 @@ TEST_F(Gzip, ListTellsHeadersAndMembers) {
                                       "of 2 members"));
 }
 
+TEST_F(Gzip, ListTellsTheSubfieldsOfAnExtraField) {
+    const std::string subfields = "BC" + littleEndian(2, 2) + "xy" + "A\n" + littleEndian(0, 2);
+    write("a.gz", header(kExtra, littleEndian(10, 2) + subfields) + body("hello"));
+    EXPECT_THAT(ozrz({"-lv", "a.gz"}).out, HasSubstr("extra field of 10 bytes (BC: 2 bytes, A?: 0 bytes)"));
+    // A length that runs past the end: the field is not made of subfields.
+    write("a.gz", header(kExtra, littleEndian(6, 2) + "BC" + littleEndian(3, 2) + "xy") + body("hello"));
+    EXPECT_THAT(ozrz({"-lv", "a.gz"}).out, HasSubstr("member, extra field of 6 bytes\n"));
+}
+
 TEST_F(Gzip, LevelIsToldInTheHeader) {
     EXPECT_EQ(encodeWith("gzip", "hello", {.level = 1})[8], 4);
     EXPECT_EQ(encodeWith("gzip", "hello", {.level = 6})[8], 0);

@@ -21,13 +21,30 @@ uint8_t extraFlags(const EncodeSettings& settings) {
     return settings.level == std::end(deflate::kLevels)[-1] ? gzip::kSmallest : 0;
 }
 
+// An extra field should consist of subfields: two letters that say whose it is, its length (2), its bytes.
+std::string describeExtraField(std::string_view extra) {
+    constexpr std::size_t kSubfieldHeader = 4;
+    std::string subfields;
+    std::string_view rest = extra;
+    while (rest.size() >= kSubfieldHeader) {
+        const std::size_t size = static_cast<uint8_t>(rest[2]) | std::size_t{static_cast<uint8_t>(rest[3])} << 8;
+        if (size > rest.size() - kSubfieldHeader) break;
+        if (!subfields.empty()) subfields += ", ";
+        subfields += printableText(std::string(rest.substr(0, 2))) + ": " + countText(size, "byte");
+        rest.remove_prefix(kSubfieldHeader + size);
+    }
+    std::string text = "extra field of " + countText(extra.size(), "byte");
+    if (rest.empty()) text += " (" + subfields + ")";
+    return text;
+}
+
 std::string describe(const gzip::Container& container) {
     const gzip::Header& header = container.firstHeader();
     std::string text = "member";
     if (header.name) text += " \"" + printableText(*header.name) + "\"";
     if (header.mtime != 0) text += " of " + timeText(header.mtime);
     if (header.comment) text += ", comment \"" + printableText(*header.comment) + "\"";
-    if (header.extraSize != 0) text += ", extra field of " + countText(header.extraSize, "byte");
+    if (!header.extra.empty()) text += ", " + describeExtraField(header.extra);
     if (header.checked) text += ", header checked";
     if (container.members() > 1) text += ", the first of " + countText(container.members(), "member");
     return text;

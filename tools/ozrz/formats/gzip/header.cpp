@@ -92,8 +92,8 @@ Header readHeader(deflate::BitReader& in) {
     header.extraFlags = bytes.take();
     header.system = bytes.take();
     if ((flags & kExtraField) != 0) {
-        header.extraSize = bytes.takeLittleEndian<uint16_t>();
-        for (std::size_t i = 0; i < header.extraSize; ++i) bytes.take();
+        header.extra.resize(bytes.takeLittleEndian<uint16_t>());
+        for (char& byte : header.extra) byte = static_cast<char>(bytes.take());
     }
     if ((flags & kName) != 0) header.name = bytes.takeText();
     if ((flags & kComment) != 0) header.comment = bytes.takeText();

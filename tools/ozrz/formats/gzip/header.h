@@ -20,9 +20,9 @@ inline constexpr uint8_t kMagic1 = 0x8B;
 struct Header {
     std::optional<std::string> name{};  // of the file, by whoever made the member
     std::optional<std::string> comment{};
-    uint32_t mtime = 0;         // seconds since 1970; 0: not known
-    std::size_t extraSize = 0;  // of the extra field
-    bool checked = false;       // the header has a check of its own
+    std::string extra{};   // the bytes of the extra field; empty: there is none
+    uint32_t mtime = 0;    // seconds since 1970; 0: not known
+    bool checked = false;  // the header has a check of its own
     uint8_t extraFlags = 0;
     uint8_t system = 0;
 };
@@ -35,7 +35,8 @@ inline constexpr uint8_t kUnix = 3;
 
 std::vector<uint8_t> serialize(const Header& header);
 
-// Reads a header behind its first two bytes, the magic number. Of very long texts the beginning is kept. Throws
+// Reads a header behind its first two bytes, the magic number. Of names and comments, which may be of any length, the
+// first 4 KiB are kept. Throws
 // DataError.
 Header readHeader(deflate::BitReader& in);
 

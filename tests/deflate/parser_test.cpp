@@ -227,6 +227,34 @@ TEST(DeflateParser, MatchesOfThreeBytesComeFromTheFastSearchAlone) {
     EXPECT_EQ(shortMatches(Search::slow({64, 258, 258, 258})), 0);
 }
 
+// Far behind its window a search may rely on what it entered itself. What came with the call, heads that lie in the
+// history and chains that lead anywhere, it must not take for that.
+TEST(DeflateParser, ChainsFromElsewhereDoNoHarmFarBehindTheWindow) {
+    Random random(422);
+    for (int round = 0; round < 150; ++round) {
+        const std::size_t windowSize = std::size_t{256} << random.below(4);
+        const auto kinds = sampleKinds();
+        const Bytes sample = kinds[random.below(kinds.size())].make(2 * windowSize + random.below(6000), 423);
+        const auto index = static_cast<int64_t>(windowSize + random.below(100'000));
+        const Bytes before = sampleKind("mixed").make(windowSize, 424);
+        ParserCheck parser(windowSize, 256 + random.below(2000));
+        parser.startAt(index, before);
+        for (int32_t& entry : parser.tables().head) {
+            entry = static_cast<int32_t>(random.oneIn(2) ? index - random.between(1, 40'000) : -32768);
+        }
+        for (int32_t& entry : parser.tables().prev) {
+            entry = static_cast<int32_t>(random.oneIn(4) ? static_cast<int64_t>(random.next())
+                                                         : index + random.between(-3000, 9000));
+        }
+        // With chains long enough to look ahead, and without.
+        const auto chain = static_cast<int32_t>(1 + random.below(random.oneIn(2) ? 8 : 500));
+        const Search search = random.oneIn(4) ? Search::fast({chain, 8, 64, 64}) : Search::slow({chain, 8, 64, 64});
+        const auto place = random.oneIn(2) ? HistoryPlace::InFront : HistoryPlace::Apart;
+        ASSERT_TRUE(parser.parses(sample, search, 2, kMost, place)) << "round " << round;
+        ASSERT_TRUE(parser.parses(sample, search, 2, kMost, place)) << "round " << round;
+    }
+}
+
 // --- Indexes near 2^31 ----------------------------------------------------------------------------------------------
 
 TEST(DeflateParser, IndexesAreLoweredBeforeTheyRunOut) {

@@ -348,6 +348,43 @@ TEST(DeflateSinglePass, StatisticsLeaveTheEndOfTheSource) {
     }
 }
 
+// The middle of a stream, after a dictionary: the tables are primed, and since the header is written at the start of a
+// stream only, the caller opens the block.
+TEST(DeflateSinglePass, PrimedTablesAndAPreparedCodeGoTogether) {
+    const Bytes all = sampleKind("text").make(60'000, 468);
+    for (const std::size_t dictionarySize : {4U, 100U, 1023U, 1024U, 5000U, 32'768U}) {
+        const ByteView dictionary = ByteView(all).first(dictionarySize);
+        const Bytes source(all.begin() + 32'768, all.end());
+        const PreparedCode code(all);
+        Encoder encoder({32768, 4096}, &code);
+        encoder.startAt(static_cast<int64_t>(dictionarySize), dictionary);
+        std::vector<int32_t> links(32'768);
+        std::fill_n(encoder.hashes(), 4096, -32768);
+        ASSERT_EQ(ozrsDeflateUpdateHash_8u(dictionary.data(), 0, static_cast<int32_t>(dictionarySize), encoder.hashes(),
+                                           4096, links.data(), 32'768, 1),
+                  StatusOk);
+        ASSERT_TRUE(encoder.encodesWhole(source));
+
+        const Bytes symbols = encoder.stream();
+        Bytes stream;
+        std::size_t bits = 0;
+        const auto append = [&](ByteView from, std::size_t begin, std::size_t end) {
+            for (; begin < end; ++begin, ++bits) {
+                if (bits % 8 == 0) stream.push_back(0);
+                stream.back() = static_cast<uint8_t>(stream.back() | bitsAt(from, begin, 1) << (bits % 8));
+            }
+        };
+        append(symbols, 0, 3);
+        append(code.header, 3, static_cast<std::size_t>(code.headerBits));
+        append(symbols, 3, encoder.bits());
+        EXPECT_EQ(oracle::zlibInflate(stream, source.size(), dictionary), source) << dictionarySize;
+        // The dictionary is used: without it there is no such stream.
+        if (dictionarySize >= 1000) {
+            EXPECT_NE(oracle::zlibInflate(stream, source.size()), source) << dictionarySize;
+        }
+    }
+}
+
 // --- Indexes and tables ---------------------------------------------------------------------------------------------
 
 TEST(DeflateSinglePass, IndexesAreLoweredBeforeTheyRunOut) {

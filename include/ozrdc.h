@@ -11,7 +11,8 @@
  * What holds for every function of this header:
  *
  * - **No side effects.** A call works on the caller's buffers, on the calling thread, and returns. It never allocates
- *   memory, opens files, writes logs, starts threads, throws, or keeps a pointer after it has returned.
+ *   memory, opens files, writes logs, starts threads, throws, or keeps a pointer after it has returned (but in
+ *   the caller's own state, where that says so).
  * - **Status.** The result is a `Status`: 0 is success, a negative value is an error, a positive value is a warning,
  *   which means that useful work was done and that the lengths tell how much.
  * - **Argument checks** come before any work: null pointers first, in the order of the parameters
@@ -319,6 +320,170 @@ Status ozrsEncodeLZ4Safe_8u(const uint8_t* pSrc, int32_t* pSrcLen, uint8_t* pDst
  */
 Status ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen, uint8_t* pHashTable,
                             int32_t acceleration) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name LZ4 blocks with history
+ *
+ * Encoders whose matches may reach into bytes that precede the source. `ozrsDecodeLZ4Dict_8u` reads their blocks, given
+ * the same history.
+ *
+ * **Positions.** The tables hold positions: bytes counted in one address space in which `srcIdx` is the first byte of
+ * the source and everything below is history. Where the history lies is decided in this order:
+ *
+ * 1. `pDict` is null or `dictSize` is 0: right in front of the source (prefix mode).
+ * 2. `dictSize` is negative: the call fails.
+ * 3. `srcIdx == dictSize` and `pDict + dictSize == pSrc`: prefix mode too.
+ * 4. Otherwise in a buffer of its own (separate mode): position q is the byte `pDict[dictSize - (srcIdx - q)]`, so that
+ *    the dictionary ends where the source begins. Callers normally pass `srcIdx == dictSize`. A match never runs from
+ *    the dictionary on into the source, nor does one begin in the last 7 bytes of the dictionary.
+ *
+ * In prefix mode the `srcIdx` bytes in front of the source must be readable; if there are more, the last 65535 of them
+ * are enough. Positions are 32 bits wide: keep `srcIdx` plus the length of the source below 2^31, and begin anew with
+ * cleared tables before that.
+ *
+ * **A stream** of blocks in one buffer that depend on each other: clear the table, then pass each block with `srcIdx`
+ * as its offset in the buffer and no dictionary. **A dictionary** for many short records: clear the table, load the
+ * dictionary, and keep the result; for each record copy it to the working table, and encode with `srcIdx == dictSize`.
+ *
+ * Tables may stand at any address. They must have been cleared or have been left by calls of the same family; what they
+ * hold of other data costs ratio at most.
+ *  @{ */
+
+/**
+ * Clears a hash table for the encoders with a dictionary.
+ *
+ * @param[out] pHashTable  The table, 16384 bytes (`ozrsEncodeLZ4HashTableGetSize_8u`): 4096 positions of 32 bits.
+ * @param[in]  srcLen      At least 1; otherwise without meaning.
+ * @retval StatusOk           The table is clear.
+ * @retval StatusNullPointer  `pHashTable` is null.
+ * @retval StatusSizeError    `srcLen` is below 1.
+ */
+Status ozrsEncodeLZ4DictHashTableInit_8u(uint8_t* pHashTable, int32_t srcLen) OZRDC_NOEXCEPT;
+
+/**
+ * Enters a dictionary into a hash table: every third position, from 0 on, that 8 further bytes follow.
+ *
+ * Slots that no position falls into keep what they held; for a table of this dictionary alone, clear it first. Only the
+ * last 65535 bytes of a dictionary can be reached, fewer as the source goes on: a longer one costs time and gains
+ * nothing.
+ *
+ * @param[in,out] pHashTable  The table, 16384 bytes.
+ * @param[in]     pDict       The dictionary.
+ * @param[in]     dictSize    Its size in bytes, at least 1. Below 9 nothing is entered.
+ * @retval StatusOk           The dictionary was entered.
+ * @retval StatusNullPointer  `pHashTable` or `pDict` is null.
+ * @retval StatusSizeError    `dictSize` is below 1.
+ */
+Status ozrsEncodeLZ4LoadDict_8u(uint8_t* pHashTable, const uint8_t* pDict, int32_t dictSize) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes a buffer as one LZ4 block whose matches may reach into history, without checking the room in the destination.
+ *
+ * @param[in]     pSrc        The bytes to encode.
+ * @param[in]     srcIdx      Position of the first of them, at least 0.
+ * @param[in]     srcLen      Their number n, at least 1.
+ * @param[out]    pDst        Receives the block: n + n / 255 + 16 bytes must be writable. Bytes behind the block, up to
+ *                            that size, are unspecified.
+ * @param[out]    pDstLen     Receives the length of the block in bytes.
+ * @param[in,out] pHashTable  The table, 16384 bytes, with positions of the history; positions of the source are
+ *                            entered. Before anything else is checked, positions above `srcIdx` - 1 are lowered to
+ *                            that, or the table is cleared if `srcIdx` is 0 or negative.
+ * @param[in]     pDict       The dictionary, or null (see above).
+ * @param[in]     dictSize    Its size in bytes.
+ * @retval StatusOk           The block was written.
+ * @retval StatusNullPointer  `pHashTable`, `pSrc`, `pDst` or `pDstLen` is null.
+ * @retval StatusSizeError    `dictSize` is negative (and `pDict` not null), or `srcLen` is below 1.
+ * @retval StatusBadArgument  `srcIdx` is negative.
+ */
+Status ozrsEncodeLZ4Dict_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen,
+                            uint8_t* pHashTable, const uint8_t* pDict, int32_t dictSize) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes as much of a buffer as fits into the destination as one LZ4 block whose matches may reach into history.
+ *
+ * What `ozrsEncodeLZ4Safe_8u` says of blocks that were cut holds here too.
+ *
+ * @param[in]     pSrc        The bytes to encode.
+ * @param[in]     srcIdx      Position of the first of them, at least 0.
+ * @param[in,out] pSrcLen     In: their number, at least 1. Out: bytes consumed.
+ * @param[out]    pDst        Receives the block. Nothing is written past its capacity; bytes behind the block, up to
+ *                            there, are unspecified.
+ * @param[in,out] pDstLen     In: capacity in bytes, at least 1. Out: length of the block.
+ * @param[in,out] pHashTable  The table, as in `ozrsEncodeLZ4Dict_8u`, but positions are lowered to `srcIdx`, not to one
+ *                            less.
+ * @param[in]     pDict       The dictionary, or null (see above).
+ * @param[in]     dictSize    Its size in bytes.
+ * @retval StatusOk               All of the source was consumed.
+ * @retval StatusDestinationFull  Part of the source was consumed, `*pSrcLen` tells how much (it may be 0).
+ * @retval StatusNullPointer      `pHashTable`, `pSrc`, `pSrcLen`, `pDst` or `pDstLen` is null.
+ * @retval StatusSizeError        `dictSize` is negative (and `pDict` not null), or `*pSrcLen` or `*pDstLen` is below 1.
+ * @retval StatusBadArgument      `srcIdx` is negative.
+ */
+Status ozrsEncodeLZ4DictSafe_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen,
+                                uint8_t* pHashTable, const uint8_t* pDict, int32_t dictSize) OZRDC_NOEXCEPT;
+
+/**
+ * Tells the sizes of the two tables of the high-compression encoder.
+ *
+ * @param[out] pHashSize   Receives the size of the head table in bytes (131072).
+ * @param[out] pChainSize  Receives the size of the chain table in bytes (262144).
+ * @retval StatusOk           The sizes were written.
+ * @retval StatusNullPointer  A pointer is null.
+ */
+Status ozrsEncodeLZ4HCHashTableGetSize_8u(uint32_t* pHashSize, uint32_t* pChainSize) OZRDC_NOEXCEPT;
+
+/**
+ * Clears the tables of the high-compression encoder.
+ *
+ * @param[in] ppTables  Pointers to the head table and the chain table, in this order.
+ * @retval StatusOk           Both tables are clear.
+ * @retval StatusNullPointer  `ppTables` or a table is null. A head table is cleared even if the chain table is null.
+ */
+Status ozrsEncodeLZ4HCHashTableInit_8u(uint8_t** ppTables) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes a buffer as one LZ4 block at high compression; matches may reach into history.
+ *
+ * The history is what earlier calls with the same tables have encoded (with lower positions). The call enters only
+ * positions of its source: a dictionary has to be encoded itself, at positions from 0 on and into a destination that is
+ * thrown away, before the first source behind it. Matches lie at most 65534 bytes back.
+ *
+ * When a sequence does not fit, the block ends behind the last one that does, after a match. The format wants literals
+ * there, and the decoder answers such a block with `StatusSourceExhausted` or, cut short, may stop before its last
+ * match: append the rest of the source as a run of literals (at least 5 bytes), or throw the block away.
+ *
+ * @param[in]     pSrc      The bytes to encode.
+ * @param[in]     srcIdx    Position of the first of them, at least 0.
+ * @param[in,out] pSrcLen   In: their number, at least 1. Out: bytes consumed.
+ * @param[out]    pDst      Receives the block. Nothing is written past its capacity; bytes behind the block, up to
+ *                          there, are unspecified.
+ * @param[in,out] pDstLen   In: capacity in bytes, at least 1. Out: length of the block.
+ * @param[in,out] ppTables  Pointers to the head table and the chain table, in this order.
+ * @param[in]     pDict     The dictionary, or null (see above).
+ * @param[in]     dictSize  Its size in bytes.
+ * @param[in]     level     1 (fastest) to 9 (smallest): 2^(level - 1) earlier positions are tried. 0 means 9, below 0
+ *                          means 1, above 9 means 9.
+ * @retval StatusOk               All of the source was consumed.
+ * @retval StatusOutputTruncated  A sequence did not fit. The block ends in front of it, after a match.
+ * @retval StatusDestinationFull  Only the literals behind the last match did not fit. The block ends after that match.
+ * @retval StatusNullPointer      A pointer other than `pDict`, or one of the tables, is null.
+ * @retval StatusSizeError        `dictSize` is negative (and `pDict` not null; this is tested before the pointers), or
+ *                                `*pSrcLen` or `*pDstLen` is below 1.
+ * @retval StatusBadArgument      `srcIdx` is negative.
+ */
+Status ozrsEncodeLZ4HC_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen,
+                          uint8_t** ppTables, const uint8_t* pDict, int32_t dictSize, int32_t level) OZRDC_NOEXCEPT;
+
+/**
+ * The same, and of a separate dictionary only the last 65535 bytes are used, which is as far as an offset reaches: the
+ * bytes before them need not even be readable.
+ *
+ * @copydetails ozrsEncodeLZ4HC_8u
+ */
+Status ozrsEncodeLZ4HCDictLimit_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t* pSrcLen, uint8_t* pDst,
+                                   int32_t* pDstLen, uint8_t** ppTables, const uint8_t* pDict, int32_t dictSize,
+                                   int32_t level) OZRDC_NOEXCEPT;
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
@@ -834,6 +999,261 @@ Status ozrsInflateBuildHuffTable(const uint16_t* pCodeLens, uint32_t nLitCodeLen
 Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode, uint32_t* pCodeLenBits,
                       uint32_t winIdx, uint8_t** ppDst, uint32_t* pDstLen, uint32_t dstIdx, uint32_t* pMode,
                       InflateState* pState) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name LZO1X
+ *
+ * Encoder and decoders of the published LZO1X format, one buffer a call.
+ *
+ * **Streams.** A stream ends with its end marker, the bytes 0x11 0x00 0x00. Streams that stand one behind the other in a
+ * source decode to the concatenation of what they stand for. A source that ends right behind an instruction, without the
+ * marker, decodes as if the marker were there. An empty stream, nothing but the marker, at the beginning of a source is
+ * all that is looked at: it decodes to nothing, whatever follows.
+ *
+ * **Containers.** The decoders also take a container of several parts, each a stream of its own:
+ *
+ * | offset          | bytes       | what                                                        |
+ * | --------------- | ----------- | ----------------------------------------------------------- |
+ * | 0               | 1           | 0x55                                                        |
+ * | 1               | 1           | number of parts P, 1 to 32                                  |
+ * | 2               | 1           | P XOR 0x55                                                  |
+ * | 3               | 4           | length T of all that is decoded, little-endian              |
+ * | 7               | 4 * (P - 1) | length of each part but the last, little-endian             |
+ * | 7 + 4 * (P - 1) | the rest    | the parts, one behind the other, each with its end marker   |
+ *
+ * Part k decodes to T / P bytes from offset k * (T / P) on, the last part to T mod P bytes more. A source is taken for a
+ * container if bytes 0 to 2 are as above and its first part, which must not reach behind the source, ends with the end
+ * marker; everything else is a stream.
+ *
+ * **Caution: a container is decoded to the T bytes that it states, not to the capacity that the caller states.** Who
+ * decodes sources that come from elsewhere must therefore look at them first, and refuse what is too large:
+ *
+ * @code
+ * static int fits(const uint8_t *src, uint32_t srcLen, uint32_t capacity) {
+ *     if (srcLen < 7 || src[0] != 0x55 || src[1] < 1 || src[1] > 32 || src[2] != (src[1] ^ 0x55)) return 1;
+ *     uint32_t total = src[3] | src[4] << 8 | src[5] << 16 | (uint32_t)src[6] << 24;
+ *     return total <= capacity;
+ * }
+ * @endcode
+ *
+ * (A stream can begin with such bytes, too: 68 literals, of which the first two happen to fit. The encoder avoids that.)
+ *
+ * **Room.** The encoder never writes behind the capacity. n + n / 16 + 67 bytes are enough for a stream of n source
+ * bytes; data in which nothing repeats take about n + n / 255. A container needs room for its header and, stream by
+ * stream, for its parts.
+ *  @{ */
+
+/** State of the encoder: ozrsEncodeLZOGetSize tells its size. It may start at any address. */
+typedef struct LZOState LZOState;
+
+/**
+ * Decodes LZO1X streams that may be damaged.
+ *
+ * Nothing is read outside the source. Nothing is read or written outside the destination's capacity or, for a
+ * container, outside the T bytes that it states (see above). What lies in the destination behind the decoded bytes is
+ * unspecified, up to there, and so is all of it after a failure.
+ *
+ * @param[in]     pSrc     The streams, or a container.
+ * @param[in]     srcLen   Their length in bytes; 0 decodes to nothing.
+ * @param[out]    pDst     Receives the decoded bytes.
+ * @param[in,out] pDstLen  In: capacity of `pDst` in bytes. Out: bytes decoded. Left alone on an error.
+ * @retval StatusOk            All of the source was decoded.
+ * @retval StatusNullPointer   A pointer is null.
+ * @retval StatusBrokenStream  The source is malformed: a match begins in front of the output, an instruction or its
+ *                             literals run off the source, a stream begins with 16, or parts of a container run off the
+ *                             source. Or what it decodes to does not fit the capacity (of a part: its slice).
+ */
+Status ozrsDecodeLZOSafe_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst, uint32_t* pDstLen) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes LZO1X streams that are known to be well-formed and to fit the destination.
+ *
+ * As ozrsDecodeLZOSafe_8u, but for streams outside a container it is not checked that matches begin inside the output:
+ * a malformed stream can have up to 49151 bytes in front of `pDst` read and copied into the output. Nothing else outside
+ * the source and the destination is read, and nothing outside the destination is written. Parts of a container are
+ * checked in full.
+ *
+ * @param[in]     pSrc     The streams, or a container.
+ * @param[in]     srcLen   Their length in bytes; 0 decodes to nothing.
+ * @param[out]    pDst     Receives the decoded bytes.
+ * @param[in,out] pDstLen  In: capacity of `pDst` in bytes. Out: bytes decoded. Left alone on an error.
+ * @retval StatusOk            The source was decoded. A malformed stream also gives this status, with bytes of no
+ *                             meaning.
+ * @retval StatusNullPointer   A pointer is null.
+ * @retval StatusBrokenStream  A part of a container is malformed, or does not fit its slice.
+ */
+Status ozrsDecodeLZO_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst, uint32_t* pDstLen) OZRDC_NOEXCEPT;
+
+/**
+ * Tells the size of the encoder's state.
+ *
+ * @param[in]  method      The method that it is for, 0 to 2: see ozrsEncodeLZOInit_8u.
+ * @param[in]  reserved    Ignored.
+ * @param[out] pStateSize  Receives the size in bytes, 131104; 0 for an unknown method.
+ * @retval StatusOk           The size was written.
+ * @retval StatusNullPointer  `pStateSize` is null.
+ * @retval StatusBadArgument  `method` is above 2.
+ */
+Status ozrsEncodeLZOGetSize(uint32_t method, uint32_t reserved, uint32_t* pStateSize) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state: sets its mode, the first four bytes, and touches nothing else. The state is good for any number of
+ * calls of the encoder, none of which depends on those before it.
+ *
+ * The methods 0 and 1 both stand for the standard compressor (mode 0), method 2 for the fast one (mode 2), which works
+ * in chunks of 49152 bytes and finds less.
+ *
+ * A further mode, 1, writes a container. No method stands for it: a caller who wants it writes the 32-bit number 1 to
+ * offset 0 of the state, and the number of parts, 1 to 32, to offset 4.
+ *
+ * @param[in]  method    0 to 2.
+ * @param[in]  reserved  Ignored.
+ * @param[out] pState    The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ * @retval StatusBadArgument  `method` is above 2.
+ */
+Status ozrsEncodeLZOInit_8u(uint32_t method, uint32_t reserved, LZOState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes a buffer as one LZO1X stream, with its end marker, or as a container.
+ *
+ * When the destination is full, what was written stands for the beginning of the source, how much of it is not told, and
+ * has no end marker. The standard compressor then fills the destination with as many literals as fit; the fast one also
+ * gives up if, at the beginning of a chunk of n bytes, there is no room for n + n / 128 + 4; what was written of a
+ * container is of no use.
+ *
+ * @param[in]     pSrc     The bytes to encode.
+ * @param[in]     srcLen   Their number. 0 writes nothing, not even an end marker.
+ * @param[out]    pDst     Receives the stream. Bytes behind it, up to the capacity, are unspecified.
+ * @param[in,out] pDstLen  In: capacity of `pDst` in bytes. Out: bytes written.
+ * @param[in,out] pState   A state that was prepared.
+ * @retval StatusOk               The stream was written.
+ * @retval StatusDestinationFull  The stream, with its end marker, does not fit.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusBadArgument      The state's mode is none of 0, 1 and 2, or is 1 with a number of parts out of range.
+ */
+Status ozrsEncodeLZO_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst, uint32_t* pDstLen,
+                        LZOState* pState) OZRDC_NOEXCEPT;
+
+/** @} */
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name LZSS
+ *
+ * A streaming codec with a bit stream of its own: matches of 3 to 258 bytes in the last 32767, one flag bit a token.
+ * Tokens follow each other without anything between them, most significant bit first: a literal is a 1 and the byte, a
+ * match is a 0, the distance in 15 bits and the length less 3 in 8. The stream has neither header, end mark nor check.
+ *
+ * Source and destination may be cut anywhere; all that is kept between calls is in a state of the caller's. A stream is
+ * encoded by ozrsEncodeLZSSInit_8u, any number of calls of ozrsEncodeLZSS_8u, and ozrsEncodeLZSSFlush_8u until it
+ * returns `StatusOk`; it is decoded by ozrsDecodeLZSSInit_8u and any number of calls of ozrsDecodeLZSS_8u. Because the
+ * last byte of a stream is filled up with zeros, which a stream that goes on would not have, streams cannot be joined.
+ * A stream may have any length.
+ *
+ * No match covers the last two bytes of the source of a call. How a stream is cut into calls therefore changes it,
+ * though not what it decodes to: sources of a few bytes are hardly compressed.
+ *
+ * A stream is 9/8 times as long as its plain bytes at most, rounded up to a byte.
+ *  @{ */
+
+/**
+ * State of either direction. Its size is that of ozrsLZSSGetSize_8u, its alignment that of a 64-bit integer. It belongs
+ * to one stream at a time, and must not be moved while the stream lasts.
+ */
+typedef struct LZSSState LZSSState;
+
+/**
+ * Tells the size of an `LZSSState` in bytes.
+ *
+ * @param[out] pSize  The size: 327744.
+ * @retval StatusOk           `*pSize` was set.
+ * @retval StatusNullPointer  `pSize` is null.
+ */
+Status ozrsLZSSGetSize_8u(int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state for the encoding of a stream.
+ *
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ */
+Status ozrsEncodeLZSSInit_8u(LZSSState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes the next bytes of a stream.
+ *
+ * The call stops as soon as the destination is full. What it has consumed then is encoded, though up to 23 bits of that
+ * may be pending in the state, which the next call or the flush begins with.
+ *
+ * @param[in,out] ppSrc    The source; advanced by the bytes encoded.
+ * @param[in,out] pSrcLen  Its length in bytes; decreased by the bytes encoded. If it is 0 the call does nothing.
+ * @param[in,out] ppDst    The destination; advanced by the bytes written. Up to seven bytes behind them, as far as
+ * there is room, are unspecified.
+ * @param[in,out] pDstLen  Room left in it, in bytes; decreased by the bytes written.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               All of the source was encoded, and there is room left.
+ * @retval StatusDestinationFull  The destination is full, or had no room to begin with. The source may be used up.
+ * @retval StatusNullPointer      A pointer, `*ppSrc` or `*ppDst` is null.
+ * @retval StatusSizeError        A length is below 0. (That a destination without room is no error, but a warning, is a
+ *                                difference from the other two working calls.)
+ */
+Status ozrsEncodeLZSS_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, int32_t* pDstLen,
+                         LZSSState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Ends a stream: writes the pending bits, three bytes at most, the last one filled up with zeros.
+ *
+ * A flush that completes leaves the pending bits as they were: the same call again would write the same bytes again. A
+ * new stream needs ozrsEncodeLZSSInit_8u.
+ *
+ * @param[in,out] ppDst    The destination; advanced by the bytes written.
+ * @param[in,out] pDstLen  Room left in it, at least 1 byte; decreased by the bytes written.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               The stream is complete.
+ * @retval StatusDestinationFull  The destination is full, and bits are left: call again with more room.
+ * @retval StatusNullPointer      A pointer, or `*ppDst`, is null.
+ * @retval StatusSizeError        `*pDstLen` is below 1.
+ */
+Status ozrsEncodeLZSSFlush_8u(uint8_t** ppDst, int32_t* pDstLen, LZSSState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Prepares a state for the decoding of a stream.
+ *
+ * What was decoded with the state before stays where the distances of a new stream can reach it: the caller who must
+ * not give that away to the author of the next stream has to clear the state first.
+ *
+ * @param[in,out] pState  The state. One that was never used may hold anything.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pState` is null.
+ */
+Status ozrsDecodeLZSSInit_8u(LZSSState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes the next bytes of a stream. Any bytes are valid, and nothing outside the state and the buffers is touched.
+ *
+ * A call that ends because of the source has taken all of it, with the bits of an incomplete token in the state; one
+ * that ends because of the destination has taken no byte more than the last token needs, whose rest, if it does not
+ * fit, the next call begins with. The pending bits at the end of a stream are its filling.
+ *
+ * A distance that reaches in front of the stream finds the bytes that the state's history held before, and a distance
+ * of 0, which no encoder writes, gives zeros. Whether the decoded bytes are the right ones, a checksum of the caller's
+ * has to tell.
+ *
+ * @param[in,out] ppSrc    The source; advanced by the bytes taken.
+ * @param[in,out] pSrcLen  Its length in bytes, which may be 0; decreased by the bytes taken.
+ * @param[in,out] ppDst    The destination; advanced by the bytes written. What lies behind them, up to the capacity, is
+ *                         unspecified.
+ * @param[in,out] pDstLen  Room left in it, at least 1 byte; decreased by the bytes written.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               The source is used up, and there is room left.
+ * @retval StatusDestinationFull  The destination is full. The source may be used up.
+ * @retval StatusNullPointer      A pointer, `*ppSrc` or `*ppDst` is null.
+ * @retval StatusSizeError        `*pSrcLen` is below 0, or `*pDstLen` below 1.
+ */
+Status ozrsDecodeLZSS_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, int32_t* pDstLen,
+                         LZSSState* pState) OZRDC_NOEXCEPT;
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
@@ -1405,6 +1825,271 @@ Status ozrsUnpackHuffContext_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits, c
  */
 Status ozrsDecodeHuff_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits, const uint8_t** ppSrc, int32_t* pSrcLen,
                                 uint16_t* pDst, int32_t* pDstLen, HuffDecState* pState) OZRDC_NOEXCEPT;
+
+/** @} */
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/** @name ZFP
+ *
+ * Lossy compression of blocks of 4 x 4 x 4 floats, in the format of three-dimensional single-precision ZFP streams. The
+ * caller walks through its volume, x fastest, and hands over one block after the other; what it does where the volume
+ * is not a multiple of four, and what headers it writes, is its own affair.
+ *
+ * Four parameters say what is kept of a block, in this order:
+ *
+ * - **minBits**: a block takes at least so many bits; zeros fill it up.
+ * - **maxBits**: it takes at most so many. The coder just stops. (The first bit, and the eight of the exponent that
+ *   follow it unless the block is all zeros, are written whatever maxBits is.)
+ * - **maxPrec**: at most so many bit planes are coded, of 32.
+ * - **minExp**: no bit plane is coded whose weight is below 2 to the minExp, less some planes for what the inverse
+ *   transform may make of the error.
+ *
+ * Fixed rate: minBits and maxBits are both 64 times the bits per value; block n then begins at bit n * maxBits. Fixed
+ * precision: maxPrec alone. Fixed accuracy: minExp alone, by ozrsEncodeZfpSetAccuracy_32f. The stream does not carry
+ * the parameters: the decoder must be given those of the encoder.
+ *
+ * A stream is a row of 64-bit words, little-endian, each filled from its least significant bit. Words are stored when
+ * their last bit is written and fetched when their first bit is needed; what does not make a word stays in the state
+ * until the flush. The decoder reads the last bytes, where they do not make a word, one by one.
+ *
+ * Infinities and NaNs do no harm, but spoil the block they are in: its values are unspecified. A block whose values
+ * are all smaller than 2^-97 loses precision.
+ *
+ * The road: GetStateSize, Init, Set or SetAccuracy; a call for each block; Flush (encoder only); the sizes.
+ *  @{ */
+
+/**
+ * State of a stream. Its size is that of ozrsEncodeZfpGetStateSize_32f, its alignment that of a 64-bit integer. It
+ * remembers the stream's buffer, which must stay where it is until the last call.
+ */
+typedef struct ZfpState ZfpState;
+
+/**
+ * Tells the size of a `ZfpState`.
+ *
+ * @param[out] pSize  Receives the size in bytes (576).
+ * @retval StatusOk           The size was written.
+ * @retval StatusNullPointer  `pSize` is null.
+ */
+Status ozrsEncodeZfpGetStateSize_32f(int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Begins a stream. Its parameters are minBits 0, maxBits 4171, maxPrec 64 and minExp -10740: all that a float block has
+ * is coded.
+ *
+ * @param[out] pDst    Where the stream goes.
+ * @param[in]  dstLen  Room for it in bytes, at least 1. A block takes 2120 bits at most, or minBits. No byte is written
+ *                     that does not belong to the stream.
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pDst` or `pState` is null.
+ * @retval StatusSizeError    `dstLen` is below 1.
+ */
+Status ozrsEncodeZfpInit_32f(uint8_t* pDst, int32_t dstLen, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * The same with a length of 64 bits.
+ *
+ * @param[out] pDst    Where the stream goes.
+ * @param[in]  dstLen  Room for it in bytes, at least 1.
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pDst` or `pState` is null.
+ * @retval StatusSizeError    `dstLen` is 0.
+ */
+Status ozrsEncodeZfpInitLong_32f(uint8_t* pDst, uint64_t dstLen, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Sets all four parameters. Any values are taken as they are, and none leads outside a buffer; minBits wins over
+ * maxBits. May be called between blocks.
+ *
+ * @param[in]     minBits  The fewest bits of a block.
+ * @param[in]     maxBits  The most bits of a block.
+ * @param[in]     maxPrec  The most bit planes of a block; more than 32 are 32.
+ * @param[in]     minExp   The exponent of the lowest bit plane.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               The parameters are set.
+ * @retval StatusNullPointer      `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfpSet_32f(uint32_t minBits, uint32_t maxBits, uint32_t maxPrec, int32_t minExp,
+                            ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Sets the parameter minExp for an absolute error, and leaves the other three alone. May be called between blocks.
+ *
+ * @param[in]     tolerance  The largest error allowed; what counts is its binary exponent, so that the error stays
+ *                           below the power of two at or below the tolerance. Not above 0, or a NaN: minExp becomes
+ *                           -10740, which leaves nothing out.
+ * @param[in,out] pState     The state.
+ * @retval StatusOk               The parameter is set.
+ * @retval StatusNullPointer      `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfpSetAccuracy_32f(double tolerance, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Encodes one block. The float (x, y, z) of the block, each of x, y and z from 0 to 3, stands 4 * x + y * `srcStep` +
+ * z * `srcPlaneStep` bytes from `pSrc`.
+ *
+ * @param[in]     pSrc          The first float of the block; any address.
+ * @param[in]     srcStep       Distance of rows in bytes; may be negative or 0, and need not be a multiple of 4.
+ * @param[in]     srcPlaneStep  Distance of planes in bytes, likewise.
+ * @param[in,out] pState        The state.
+ * @retval StatusOk               The block was encoded.
+ * @retval StatusStreamEnd        A word is to be stored, and less than 8 bytes are left. The words before it are
+ *                                stored, and 63 bits of it pending; the stream cannot be continued.
+ * @retval StatusNullPointer      `pSrc` or `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfp444_32f(const float* pSrc, int32_t srcStep, int32_t srcPlaneStep, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Ends a stream: writes the bits that are pending, if any. Where 8 bytes are left they become a whole word; otherwise
+ * as many bytes are written as they need.
+ *
+ * @param[in,out] pState  The state.
+ * @retval StatusOk               Nothing is pending any more.
+ * @retval StatusStreamEnd        Not all bits did fit. What did is written, and counts as written.
+ * @retval StatusNullPointer      `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfpFlush_32f(ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Tells how many bytes have been written; pending bits do not count.
+ *
+ * @param[in]  pState  The state.
+ * @param[out] pSize   Receives the number, of which the low 32 bits are left.
+ * @retval StatusOk               The number was written.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfpGetCompressedSize_32f(const ZfpState* pState, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * The same in 64 bits.
+ *
+ * @param[in]  pState  The state.
+ * @param[out] pSize   Receives the number of bytes.
+ * @retval StatusOk               The number was written.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfpGetCompressedSizeLong_32f(const ZfpState* pState, uint64_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Tells how many bits the stream has, those included that are pending.
+ *
+ * @param[in]  pState    The state.
+ * @param[out] pBitSize  Receives the number of bits.
+ * @retval StatusOk               The number was written.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsEncodeZfpGetCompressedBitSize_32f(const ZfpState* pState, uint64_t* pBitSize) OZRDC_NOEXCEPT;
+
+/**
+ * Tells the size of a `ZfpState`, which both directions share.
+ *
+ * @param[out] pSize  Receives the size in bytes (576).
+ * @retval StatusOk           The size was written.
+ * @retval StatusNullPointer  `pSize` is null.
+ */
+Status ozrsDecodeZfpGetStateSize_32f(int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * Begins to read a stream, with the parameters that a new encoder has.
+ *
+ * A stream of fixed rate may be entered anywhere: give the address of the word that holds the block's first bit. Blocks
+ * of a whole number of words each begin at an address of their own.
+ *
+ * @param[in]  pSrc    The stream.
+ * @param[in]  srcLen  Its length in bytes, at least 1.
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pSrc` or `pState` is null.
+ * @retval StatusSizeError    `srcLen` is below 1.
+ */
+Status ozrsDecodeZfpInit_32f(const uint8_t* pSrc, int32_t srcLen, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * The same with a length of 64 bits.
+ *
+ * @param[in]  pSrc    The stream.
+ * @param[in]  srcLen  Its length in bytes, at least 1.
+ * @param[out] pState  The state.
+ * @retval StatusOk           The state is ready.
+ * @retval StatusNullPointer  `pSrc` or `pState` is null.
+ * @retval StatusSizeError    `srcLen` is 0.
+ */
+Status ozrsDecodeZfpInitLong_32f(const uint8_t* pSrc, uint64_t srcLen, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Sets all four parameters: those of the encoder (see ozrsEncodeZfpSet_32f).
+ *
+ * @param[in]     minBits  The fewest bits of a block.
+ * @param[in]     maxBits  The most bits of a block.
+ * @param[in]     maxPrec  The most bit planes of a block.
+ * @param[in]     minExp   The exponent of the lowest bit plane.
+ * @param[in,out] pState   The state.
+ * @retval StatusOk               The parameters are set.
+ * @retval StatusNullPointer      `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsDecodeZfpSet_32f(uint32_t minBits, uint32_t maxBits, uint32_t maxPrec, int32_t minExp,
+                            ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Sets the parameter minExp for an absolute error (see ozrsEncodeZfpSetAccuracy_32f).
+ *
+ * @param[in]     tolerance  The tolerance that the encoder was given.
+ * @param[in,out] pState     The state.
+ * @retval StatusOk               The parameter is set.
+ * @retval StatusNullPointer      `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsDecodeZfpSetAccuracy_32f(double tolerance, ZfpState* pState) OZRDC_NOEXCEPT;
+
+/**
+ * Decodes one block. Mind that the state is the first argument here. The float (x, y, z) is written 4 * x + y *
+ * `dstStep` + z * `dstPlaneStep` bytes from `pDst`.
+ *
+ * Any bytes may be given: nothing is read outside the stream or written outside the block.
+ *
+ * @param[in,out] pState        The state.
+ * @param[out]    pDst          The first float of the block; any address.
+ * @param[in]     dstStep       Distance of rows in bytes; may be negative, and need not be a multiple of 4.
+ * @param[in]     dstPlaneStep  Distance of planes in bytes, likewise.
+ * @retval StatusOk               The block was decoded.
+ * @retval StatusStreamEnd        The stream ends inside the block, all of it has been read, and the 64 floats are
+ *                                unspecified.
+ * @retval StatusNullPointer      `pDst` or `pState` is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsDecodeZfp444_32f(ZfpState* pState, float* pDst, int32_t dstStep, int32_t dstPlaneStep) OZRDC_NOEXCEPT;
+
+/**
+ * Tells how many bytes of the stream have been fetched, bits included that were not used yet.
+ *
+ * @param[in]  pState  The state.
+ * @param[out] pSize   Receives the number, of which the low 32 bits are left.
+ * @retval StatusOk               The number was written.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsDecodeZfpGetDecompressedSize_32f(const ZfpState* pState, int32_t* pSize) OZRDC_NOEXCEPT;
+
+/**
+ * The same in 64 bits.
+ *
+ * @param[in]  pState  The state.
+ * @param[out] pSize   Receives the number of bytes.
+ * @retval StatusOk               The number was written.
+ * @retval StatusNullPointer      A pointer is null.
+ * @retval StatusContextMismatch  `pState` is no state of a ZFP stream.
+ */
+Status ozrsDecodeZfpGetDecompressedSizeLong_32f(const ZfpState* pState, uint64_t* pSize) OZRDC_NOEXCEPT;
 
 /** @} */
 

@@ -1,6 +1,7 @@
 // See the header.
 #include "every_primitive.h"
 
+#include <array>
 #include <cstring>
 #include <type_traits>
 
@@ -121,6 +122,98 @@ Bytes decodeLz4Dict(const Library& library, uint64_t seed) {
     const Status status = library.ozrsDecodeLZ4Dict_8u(block.data(), &consumed, target.data(), sizeOf(dictionary),
                                                        &size, dictionary.data(), sizeOf(dictionary));
     return Results() << status << consumed << size << target;
+}
+
+Bytes dictionaryTableInit(const Library& library, uint64_t seed) {
+    Bytes table(kHashTableSize, 0xEE);
+    const Status status = library.ozrsEncodeLZ4DictHashTableInit_8u(table.data(), static_cast<int32_t>(1 + seed % 9));
+    return Results() << status << table;
+}
+
+Bytes loadDictionary(const Library& library, uint64_t seed) {
+    Bytes table(kHashTableSize);
+    const Bytes dictionary = data(seed);
+    const Status status = library.ozrsEncodeLZ4LoadDict_8u(table.data(), dictionary.data(), sizeOf(dictionary));
+    return Results() << status << table;
+}
+
+// Calls encode(source, index, &consumed, target, &written, dictionary, size) for a source behind a dictionary that
+// begins like it.
+template <typename Encode>
+Bytes encodedBehind(uint64_t seed, Encode encode) {
+    const Bytes source = data(seed);
+    Bytes dictionary = data(seed);
+    dictionary.resize(dictionary.size() / 2);
+    Bytes target(source.size() + source.size() / 255 + 16);
+    int32_t consumed = sizeOf(source);
+    int32_t written = sizeOf(target);
+    const Status status = encode(source.data(), sizeOf(dictionary), &consumed, target.data(), &written,
+                                 dictionary.data(), sizeOf(dictionary));
+    target.resize(static_cast<std::size_t>(written));
+    return Results() << status << consumed << target;
+}
+
+Bytes encodeLz4Dict(const Library& library, uint64_t seed) {
+    return encodedBehind(seed, [&](const uint8_t* source, int32_t index, int32_t* consumed, uint8_t* target,
+                                   int32_t* written, const uint8_t* dictionary, int32_t size) {
+        Bytes table(kHashTableSize);
+        library.ozrsEncodeLZ4LoadDict_8u(table.data(), dictionary, size);
+        return library.ozrsEncodeLZ4Dict_8u(source, index, *consumed, target, written, table.data(), dictionary, size);
+    });
+}
+
+Bytes encodeLz4DictSafe(const Library& library, uint64_t seed) {
+    return encodedBehind(seed, [&](const uint8_t* source, int32_t index, int32_t* consumed, uint8_t* target,
+                                   int32_t* written, const uint8_t* dictionary, int32_t size) {
+        Bytes table(kHashTableSize);
+        library.ozrsEncodeLZ4LoadDict_8u(table.data(), dictionary, size);
+        *written /= 2;
+        return library.ozrsEncodeLZ4DictSafe_8u(source, index, consumed, target, written, table.data(), dictionary,
+                                                size);
+    });
+}
+
+// The tables of the high-compression encoder, cleared.
+struct HighTables {
+    explicit HighTables(const Library& library) {
+        library.ozrsEncodeLZ4HCHashTableGetSize_8u(&headSize, &chainSize);
+        heads.assign(headSize, 0xEE);
+        chains.assign(chainSize, 0xEE);
+        pointers = {heads.data(), chains.data()};
+        status = library.ozrsEncodeLZ4HCHashTableInit_8u(pointers.data());
+    }
+    uint32_t headSize = 0;
+    uint32_t chainSize = 0;
+    Bytes heads;
+    Bytes chains;
+    std::array<uint8_t*, 2> pointers{};
+    Status status = StatusOk;
+};
+
+Bytes highTables(const Library& library, uint64_t /*seed*/) {
+    const HighTables tables(library);
+    return Results() << tables.status << static_cast<int32_t>(tables.headSize) << static_cast<int32_t>(tables.chainSize)
+                     << tables.heads << tables.chains;
+}
+
+Bytes encodedHigh(const Library& library, uint64_t seed, decltype(&ozrsEncodeLZ4HC_8u) encode) {
+    return encodedBehind(seed, [&](const uint8_t* source, int32_t index, int32_t* consumed, uint8_t* target,
+                                   int32_t* written, const uint8_t* dictionary, int32_t size) {
+        HighTables tables(library);
+        const auto level = static_cast<int32_t>(seed % 10);
+        int32_t entered = size;
+        int32_t thrownAway = *written;
+        encode(dictionary, 0, &entered, target, &thrownAway, tables.pointers.data(), nullptr, 0, level);
+        return encode(source, index, consumed, target, written, tables.pointers.data(), dictionary, size, level);
+    });
+}
+
+Bytes encodeLz4High(const Library& library, uint64_t seed) {
+    return encodedHigh(library, seed, library.ozrsEncodeLZ4HC_8u);
+}
+
+Bytes encodeLz4HighLimited(const Library& library, uint64_t seed) {
+    return encodedHigh(library, seed, library.ozrsEncodeLZ4HCDictLimit_8u);
 }
 
 // --- Deflate --------------------------------------------------------------------------------------------------------
@@ -375,6 +468,48 @@ Bytes inflate(const Library& library, uint64_t seed) {
         if (mode == 2 && left == 0 && room > 0) break;
     }
     return results;
+}
+
+// --- LZSS -----------------------------------------------------------------------------------------------------------
+
+int32_t lzssStateSize(const Library& library) {
+    int32_t size = 0;
+    library.ozrsLZSSGetSize_8u(&size);
+    return size;
+}
+
+// The data of the seed as a stream: two calls and the flush.
+Bytes encodeLzss(const Library& library, uint64_t seed) {
+    const Bytes source = data(seed);
+    Bytes memory(static_cast<std::size_t>(lzssStateSize(library)));
+    auto* const state = reinterpret_cast<LZSSState*>(memory.data());
+    Bytes target(2 * source.size());
+    const uint8_t* at = source.data();
+    uint8_t* to = target.data();
+    int32_t room = sizeOf(target);
+    Status status = library.ozrsEncodeLZSSInit_8u(state);
+    for (const int32_t size : {700, sizeOf(source) - 700}) {
+        int32_t left = size;
+        status |= library.ozrsEncodeLZSS_8u(&at, &left, &to, &room, state);
+    }
+    status |= library.ozrsEncodeLZSSFlush_8u(&to, &room, state);
+    if (status != StatusOk) return Results() << status;
+    target.resize(target.size() - static_cast<std::size_t>(room));
+    return target;
+}
+
+Bytes decodeLzss(const Library& library, uint64_t seed) {
+    const Bytes stream = encodeLzss(library, seed);
+    Bytes memory(static_cast<std::size_t>(lzssStateSize(library)));
+    auto* const state = reinterpret_cast<LZSSState*>(memory.data());
+    Bytes target(data(seed).size());
+    const uint8_t* at = stream.data();
+    int32_t left = sizeOf(stream);
+    uint8_t* to = target.data();
+    int32_t room = sizeOf(target);
+    const Status prepared = library.ozrsDecodeLZSSInit_8u(state);
+    const Status status = library.ozrsDecodeLZSS_8u(&at, &left, &to, &room, state);
+    return Results() << prepared << status << left << room << target;
 }
 
 // --- Block sorting: run lengths -------------------------------------------------------------------------------------
@@ -662,6 +797,77 @@ Bytes version(const Library& library, uint64_t /*seed*/) {
                      << v.buildDate;
 }
 
+// --- ZFP ------------------------------------------------------------------------------------------------------------
+
+constexpr std::size_t kZfpValues = 64;
+
+struct ZfpStream {
+    Results results;
+    Bytes bytes;
+    std::size_t blocks;
+};
+
+// A stream of blocks whose floats are made of the data, all of them finite.
+ZfpStream zfpStream(const Library& library, uint64_t seed) {
+    const Bytes bytes = data(seed);
+    ZfpStream stream{{}, {}, bytes.size() / kZfpValues};
+    Results& results = stream.results;
+    int32_t size = 0;
+    results << library.ozrsEncodeZfpGetStateSize_32f(&size) << size;
+    State memory(size);
+    auto* const state = memory.as<ZfpState>();
+    stream.bytes.resize(300 * stream.blocks + 8);
+    if (seed % 2 == 0) {
+        results << library.ozrsEncodeZfpInit_32f(stream.bytes.data(), sizeOf(stream.bytes), state);
+    } else {
+        results << library.ozrsEncodeZfpInitLong_32f(stream.bytes.data(), stream.bytes.size(), state);
+    }
+    results << library.ozrsEncodeZfpSet_32f(10, 1000, 25, -20, state);
+    for (std::size_t n = 0; n < stream.blocks; ++n) {
+        if (n == 10) results << library.ozrsEncodeZfpSetAccuracy_32f(0.25, state);
+        std::array<float, kZfpValues> block;
+        for (std::size_t i = 0; i < kZfpValues; ++i) block[i] = static_cast<float>(bytes[kZfpValues * n + i]) - 100;
+        results << library.ozrsEncodeZfp444_32f(block.data(), 16, 64, state);
+    }
+    uint64_t bits = 0;
+    results << library.ozrsEncodeZfpGetCompressedBitSize_32f(state, &bits) << bits;
+    results << library.ozrsEncodeZfpFlush_32f(state);
+    results << library.ozrsEncodeZfpGetCompressedSize_32f(state, &size) << size;
+    uint64_t longSize = 0;
+    results << library.ozrsEncodeZfpGetCompressedSizeLong_32f(state, &longSize) << longSize;
+    stream.bytes.resize(longSize);
+    return stream;
+}
+
+Bytes encodeZfp(const Library& library, uint64_t seed) {
+    ZfpStream stream = zfpStream(library, seed);
+    return stream.results << stream.bytes;
+}
+
+Bytes decodeZfp(const Library& library, uint64_t seed) {
+    const ZfpStream stream = zfpStream(library, seed);
+    Results results;
+    int32_t size = 0;
+    results << library.ozrsDecodeZfpGetStateSize_32f(&size) << size;
+    State memory(size);
+    auto* const state = memory.as<ZfpState>();
+    if (seed % 2 == 0) {
+        results << library.ozrsDecodeZfpInit_32f(stream.bytes.data(), sizeOf(stream.bytes), state);
+    } else {
+        results << library.ozrsDecodeZfpInitLong_32f(stream.bytes.data(), stream.bytes.size(), state);
+    }
+    results << library.ozrsDecodeZfpSet_32f(10, 1000, 25, -20, state);
+    for (std::size_t n = 0; n < stream.blocks; ++n) {
+        if (n == 10) results << library.ozrsDecodeZfpSetAccuracy_32f(0.25, state);
+        Bytes block(kZfpValues * sizeof(float));
+        results << library.ozrsDecodeZfp444_32f(state, reinterpret_cast<float*>(block.data()), 16, 64) << block;
+    }
+    uint64_t longSize = 0;
+    results << library.ozrsDecodeZfpGetDecompressedSize_32f(state, &size) << size;
+    results << library.ozrsDecodeZfpGetDecompressedSizeLong_32f(state, &longSize) << longSize;
+    return results;
+}
+
 }  // namespace
 
 Library linkedLibrary() {
@@ -683,6 +889,14 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsEncodeLZ4Safe_8u", encodeLz4Safe},
         {"ozrsEncodeLZ4HashTableGetSize_8u", hashTableGetSize},
         {"ozrsEncodeLZ4HashTableInit_8u", hashTableInit},
+        {"ozrsEncodeLZ4DictHashTableInit_8u", dictionaryTableInit},
+        {"ozrsEncodeLZ4LoadDict_8u", loadDictionary},
+        {"ozrsEncodeLZ4Dict_8u", encodeLz4Dict},
+        {"ozrsEncodeLZ4DictSafe_8u", encodeLz4DictSafe},
+        {"ozrsEncodeLZ4HCHashTableGetSize_8u", highTables},
+        {"ozrsEncodeLZ4HCHashTableInit_8u", highTables},
+        {"ozrsEncodeLZ4HC_8u", encodeLz4High},
+        {"ozrsEncodeLZ4HCDictLimit_8u", encodeLz4HighLimited},
         {"ozrsDecodeLZ4_8u", decodeLz4},
         {"ozrsDecodeLZ4Dict_8u", decodeLz4Dict},
         {"ozrsDeflateLZ77_8u", parseAtLevel},
@@ -698,6 +912,12 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsDeflateLZ77Fastest_8u", encodeWithFixedCode},
         {"ozrsInflateBuildHuffTable", buildTables},
         {"ozrsInflate_8u", inflate},
+        {"ozrsLZSSGetSize_8u", encodeLzss},
+        {"ozrsEncodeLZSSInit_8u", encodeLzss},
+        {"ozrsEncodeLZSS_8u", encodeLzss},
+        {"ozrsEncodeLZSSFlush_8u", encodeLzss},
+        {"ozrsDecodeLZSSInit_8u", decodeLzss},
+        {"ozrsDecodeLZSS_8u", decodeLzss},
         {"ozrsRLEGetSize_BZ2_8u", runLengthSize},
         {"ozrsEncodeRLEInit_BZ2_8u", encodeRunLengths},
         {"ozrsEncodeRLE_BZ2_8u", encodeRunLengths},
@@ -730,6 +950,24 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsDecodeHuffInit_BZ2_8u16u", decodeHuffman},
         {"ozrsUnpackHuffContext_BZ2_8u16u", decodeHuffman},
         {"ozrsDecodeHuff_BZ2_8u16u", decodeHuffman},
+        {"ozrsEncodeZfpGetStateSize_32f", encodeZfp},
+        {"ozrsEncodeZfpInit_32f", encodeZfp},
+        {"ozrsEncodeZfpInitLong_32f", encodeZfp},
+        {"ozrsEncodeZfpSet_32f", encodeZfp},
+        {"ozrsEncodeZfpSetAccuracy_32f", encodeZfp},
+        {"ozrsEncodeZfp444_32f", encodeZfp},
+        {"ozrsEncodeZfpFlush_32f", encodeZfp},
+        {"ozrsEncodeZfpGetCompressedSize_32f", encodeZfp},
+        {"ozrsEncodeZfpGetCompressedSizeLong_32f", encodeZfp},
+        {"ozrsEncodeZfpGetCompressedBitSize_32f", encodeZfp},
+        {"ozrsDecodeZfpGetStateSize_32f", decodeZfp},
+        {"ozrsDecodeZfpInit_32f", decodeZfp},
+        {"ozrsDecodeZfpInitLong_32f", decodeZfp},
+        {"ozrsDecodeZfpSet_32f", decodeZfp},
+        {"ozrsDecodeZfpSetAccuracy_32f", decodeZfp},
+        {"ozrsDecodeZfp444_32f", decodeZfp},
+        {"ozrsDecodeZfpGetDecompressedSize_32f", decodeZfp},
+        {"ozrsDecodeZfpGetDecompressedSizeLong_32f", decodeZfp},
         {"ozrdcGetLibVersion", version},
     };
     return exercises;

@@ -1006,10 +1006,10 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
  *
  * Encoder and decoders of the published LZO1X format, one buffer a call.
  *
- * **Streams.** A stream ends with its end marker, the bytes 0x11 0x00 0x00. Streams that stand one behind the other in a
- * source decode to the concatenation of what they stand for. A source that ends right behind an instruction, without the
- * marker, decodes as if the marker were there. An empty stream, nothing but the marker, at the beginning of a source is
- * all that is looked at: it decodes to nothing, whatever follows.
+ * **Streams.** A stream ends with its end marker, the bytes 0x11 0x00 0x00. Streams that stand one behind the other in
+ * a source decode to the concatenation of what they stand for. A source that ends right behind an instruction, without
+ * the marker, decodes as if the marker were there. An empty stream, nothing but the marker, at the beginning of a
+ * source is all that is looked at: it decodes to nothing, whatever follows.
  *
  * **Containers.** The decoders also take a container of several parts, each a stream of its own:
  *
@@ -1022,9 +1022,9 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
  * | 7               | 4 * (P - 1) | length of each part but the last, little-endian             |
  * | 7 + 4 * (P - 1) | the rest    | the parts, one behind the other, each with its end marker   |
  *
- * Part k decodes to T / P bytes from offset k * (T / P) on, the last part to T mod P bytes more. A source is taken for a
- * container if bytes 0 to 2 are as above and its first part, which must not reach behind the source, ends with the end
- * marker; everything else is a stream.
+ * Part k decodes to T / P bytes from offset k * (T / P) on, the last part to T mod P bytes more. A source is taken for
+ * a container if bytes 0 to 2 are as above and its first part, which must not reach behind the source, ends with the
+ * end marker; everything else is a stream.
  *
  * **Caution: a container is decoded to the T bytes that it states, not to the capacity that the caller states.** Who
  * decodes sources that come from elsewhere must therefore look at them first, and refuse what is too large:
@@ -1037,7 +1037,8 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
  * }
  * @endcode
  *
- * (A stream can begin with such bytes, too: 68 literals, of which the first two happen to fit. The encoder avoids that.)
+ * (A stream can begin with such bytes, too: 68 literals, of which the first two happen to fit. The encoder avoids
+ * that.)
  *
  * **Room.** The encoder never writes behind the capacity. n + n / 16 + 67 bytes are enough for a stream of n source
  * bytes; data in which nothing repeats take about n + n / 255. A container needs room for its header and, stream by
@@ -1070,9 +1071,9 @@ Status ozrsDecodeLZOSafe_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst,
  * Decodes LZO1X streams that are known to be well-formed and to fit the destination.
  *
  * As ozrsDecodeLZOSafe_8u, but for streams outside a container it is not checked that matches begin inside the output:
- * a malformed stream can have up to 49151 bytes in front of `pDst` read and copied into the output. Nothing else outside
- * the source and the destination is read, and nothing outside the destination is written. Parts of a container are
- * checked in full.
+ * a malformed stream can have up to 49151 bytes in front of `pDst` read and copied into the output. Nothing else
+ * outside the source and the destination is read, and nothing outside the destination is written. Parts of a container
+ * are checked in full.
  *
  * @param[in]     pSrc     The streams, or a container.
  * @param[in]     srcLen   Their length in bytes; 0 decodes to nothing.
@@ -1119,9 +1120,9 @@ Status ozrsEncodeLZOInit_8u(uint32_t method, uint32_t reserved, LZOState* pState
 /**
  * Encodes a buffer as one LZO1X stream, with its end marker, or as a container.
  *
- * When the destination is full, what was written stands for the beginning of the source, how much of it is not told, and
- * has no end marker. The standard compressor then fills the destination with as many literals as fit; the fast one also
- * gives up if, at the beginning of a chunk of n bytes, there is no room for n + n / 128 + 4; what was written of a
+ * When the destination is full, what was written stands for the beginning of the source, how much of it is not told,
+ * and has no end marker. The standard compressor then fills the destination with as many literals as fit; the fast one
+ * also gives up if, at the beginning of a chunk of n bytes, there is no room for n + n / 128 + 4; what was written of a
  * container is of no use.
  *
  * @param[in]     pSrc     The bytes to encode.

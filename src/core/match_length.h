@@ -1,4 +1,4 @@
-// The length of a common prefix: how far a match reaches.
+// The length of a common prefix, and of a common suffix: how far a match reaches, either way.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,11 @@ namespace detail {
 // How many of the low bytes of two words are equal, given the XOR of the words, which is not zero.
 [[gnu::always_inline]] inline int64_t equalBytes(uint64_t difference) noexcept {
     return static_cast<unsigned>(__builtin_ctzll(difference)) >> 3;
+}
+
+// How many of the high bytes are equal, likewise.
+[[gnu::always_inline]] inline int64_t equalBytesAtEnd(uint64_t difference) noexcept {
+    return static_cast<unsigned>(__builtin_clzll(difference)) >> 3;
 }
 
 }  // namespace detail
@@ -43,6 +48,18 @@ namespace detail {
         }
     }
     while (n < limit && a[n] == b[n]) ++n;
+    return n;
+}
+
+// Returns how many bytes in front of `a` and `b` are equal, counted backwards, at most `limit`. Reads no byte in front
+// of `a - limit` or `b - limit`.
+[[gnu::always_inline]] inline int64_t commonSuffix(const uint8_t* a, const uint8_t* b, int64_t limit) noexcept {
+    int64_t n = 0;
+    for (; n + 8 <= limit; n += 8) {
+        const uint64_t difference = load64(a - n - 8) ^ load64(b - n - 8);
+        if (difference != 0) return n + detail::equalBytesAtEnd(difference);
+    }
+    while (n < limit && *(a - n - 1) == *(b - n - 1)) ++n;
     return n;
 }
 

@@ -1,10 +1,12 @@
 // Small array kernels that the codecs share: fill, clear, copy, add, shift, extremes, clamp, and the copy of a run of
 // bits.
 //
-// Each is checked like an exported primitive (pointers, then lengths) and returns a `Status`. They are plain loops,
-// which the compiler turns into vector code, and inline, so that a caller with constant arguments pays for no check.
-// Lengths are counts of elements.
+// Each is checked like an exported primitive (pointers, then lengths) and returns a `Status`. Most are plain loops,
+// which the compiler turns into vector code, and all are inline, so that a caller with constant arguments pays for no
+// check. Lengths are counts of elements.
 #pragma once
+
+#include <smmintrin.h>
 
 #include <algorithm>
 #include <cmath>
@@ -119,10 +121,14 @@ inline Status ozrsMinMax_32s(const int32_t* pSrc, int32_t len, int32_t* pMin, in
     return StatusOk;
 }
 
-// Replaces every element above `level` by `level`.
-inline Status ozrsThreshold_GT_32s_I(int32_t* pSrcDst, int32_t len, int32_t level) noexcept {
+// Replaces every 32-bit element above `level` by `level`; the vector may start at any address.
+inline Status ozrsThreshold_GT_32s_I(void* pSrcDst, int32_t len, int32_t level) noexcept {
     if (Status s = detail::checkVector(anyNull(pSrcDst), len)) return s;
-    for (int32_t i = 0; i < len; ++i) pSrcDst[i] = std::min(pSrcDst[i], level);
+    auto* p = static_cast<uint8_t*>(pSrcDst);
+    uint8_t* const end = p + static_cast<size_t>(len) * sizeof level;
+    const __m128i levels = _mm_set1_epi32(level);
+    for (; end - p >= 16; p += 16) store128(p, _mm_min_epi32(load128(p), levels));
+    for (; p < end; p += sizeof level) store(p, std::min(load<int32_t>(p), level));
     return StatusOk;
 }
 

@@ -17,7 +17,7 @@
 #include "core/opaque.h"
 #include "core/unaligned.h"
 #include "core/vector_kernels.h"
-#include "lz4/format.h"
+#include "lz4/history.h"
 
 namespace ozrdc::lz4 {
 
@@ -50,6 +50,10 @@ struct HashTable {
         return sizeof(Position) == 2 ? ozrsZero_16s(slots, kEntries) : ozrsZero_32s(slots, kEntries);
     }
 
+    void enter(uint32_t hash, int64_t position) const noexcept {
+        store(slots + (hash & kMask) * sizeof(Position), static_cast<Position>(position));
+    }
+
     // Reads the slot of a hash and enters a position there.
     [[gnu::always_inline]] int64_t exchange(uint32_t hash, int64_t position) const noexcept {
         const uint64_t slot = hash & kMask;
@@ -65,29 +69,21 @@ using NarrowTable = HashTable<uint16_t, 12>;
 using LargeNarrowTable = HashTable<uint16_t, 13>;
 using WideTable = HashTable<int32_t, 12>;
 
-// Two equal groups of four bytes. None was found if `at` is null.
-struct Hit {
-    const uint8_t* at = nullptr;
-    int64_t candidate = 0;  // the position of the earlier group
-};
-
 // What the orders of probing share.
-template <class Table>
+template <class Table, class History>
 struct Prober {
     Table table;
-    const uint8_t* base;   // the byte of position 0
+    History history;
     const uint8_t* limit;  // nothing at or behind it is probed
 
     // The first half of a probe: enters a position, and returns the one that its slot held.
     [[gnu::always_inline]] int64_t look(const uint8_t* p) const noexcept {
-        return table.exchange(hashFive(p), p - base);
+        return table.exchange(hashFive(p), history.position(p));
     }
 
     // The second half: compares the four bytes; true if it is a hit.
     [[gnu::always_inline]] bool matches(const uint8_t* p, int64_t candidate, Hit& hit) const noexcept {
-        if (load32(base + candidate) != load32(p)) [[likely]]
-            return false;
-        if (!Table::kOffsetsAlwaysFit && candidate + int64_t{kMaxOffset} < p - base) return false;
+        if (!history.equalFour(p, candidate)) return false;
         hit = {p, candidate};
         return true;
     }
@@ -96,8 +92,8 @@ struct Prober {
 };
 
 // Position by position first, then with growing steps.
-template <class Table>
-struct SteppedSearch : Prober<Table> {
+template <class Table, class History>
+struct SteppedSearch : Prober<Table, History> {
     // From the start of a block: this many single steps, then a counter that starts here and gives the step when
     // shifted.
     static constexpr int64_t kFirstSingles = Table::kOffsetsAlwaysFit ? 16 : 63;
@@ -109,10 +105,10 @@ struct SteppedSearch : Prober<Table> {
     static constexpr int kNextShift = 6;
     static constexpr int64_t kManyLiterals = 64;
 
-    using Prober<Table>::limit;
-    using Prober<Table>::look;
-    using Prober<Table>::matches;
-    using Prober<Table>::probe;
+    using Prober<Table, History>::limit;
+    using Prober<Table, History>::look;
+    using Prober<Table, History>::matches;
+    using Prober<Table, History>::probe;
 
     // The first match of a block.
     [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept {
@@ -155,17 +151,17 @@ struct SteppedSearch : Prober<Table> {
 };
 
 // Large steps from the start, growing while nothing is found.
-template <class Table>
-struct AcceleratedSearch : Prober<Table> {
+template <class Table, class History>
+struct AcceleratedSearch : Prober<Table, History> {
     static constexpr int kShift = 6;
     static constexpr int64_t kPass = 4;  // probes with one step
 
     int64_t acceleration;
 
-    using Prober<Table>::limit;
-    using Prober<Table>::look;
-    using Prober<Table>::matches;
-    using Prober<Table>::probe;
+    using Prober<Table, History>::limit;
+    using Prober<Table, History>::look;
+    using Prober<Table, History>::matches;
+    using Prober<Table, History>::probe;
 
     // The first match of a block.
     [[gnu::always_inline]] Hit first(const uint8_t* begin) const noexcept {

@@ -1,10 +1,10 @@
 // Writes the sequences of an LZ4 block.
 //
-// Two writers exist. `UncheckedWriter` relies on the caller's promise of room for the worst case, n + n / 255 + 16
+// Three writers exist. `UncheckedWriter` relies on the caller's promise of room for the worst case, n + n / 255 + 16
 // bytes, and copies literals in whole units past their end. That stays inside: a sequence is never longer than the
 // source bytes it stands for plus one byte for each 255 literals, and at least `kSearchMargin` further source bytes
 // follow every sequence. `BoundedWriter` writes nothing past the capacity, and stops, or shortens a match, when a
-// sequence would not fit.
+// sequence would not fit. `StrictWriter` writes a sequence whole or not at all.
 #pragma once
 
 #include <algorithm>
@@ -81,6 +81,14 @@ template <Literals copy>
     return op;
 }
 
+// True if a sequence fits into `room` bytes whatever its details: one of ordinary length, at a distance from the end
+// that covers token, offset and extensions of that length, and the unit that the literals' copy may pass their end by.
+[[gnu::always_inline]] inline bool isAmple(int64_t room, uint64_t count, uint64_t extra) noexcept {
+    constexpr uint64_t kOrdinary = 4096;
+    constexpr auto kAmple = static_cast<int64_t>(1 + 2 + 2 * extensionLength(kOrdinary) + kLiteralUnit);
+    return (count | extra) < kOrdinary && static_cast<int64_t>(count) <= room - kAmple;
+}
+
 struct UncheckedWriter {
     uint8_t* op;
 
@@ -130,13 +138,8 @@ struct BoundedWriter {
     }
 
   private:
-    // True if a sequence fits whatever its details: one of ordinary length, at a distance from the end that covers
-    // token, offset and extensions of that length, the unit that the literals' copy may pass their end by, and the
-    // reserve.
     [[gnu::always_inline]] bool hasAmpleRoom(uint64_t count, uint64_t extra) const noexcept {
-        constexpr uint64_t kOrdinary = 4096;
-        constexpr auto kAmple = static_cast<int64_t>(1 + 2 + 2 * extensionLength(kOrdinary) + kLiteralUnit) + kReserve;
-        return (count | extra) < kOrdinary && static_cast<int64_t>(count) <= end - op - kAmple;
+        return isAmple(end - op - kReserve, count, extra);
     }
 
     // Decides as exactly as the end of the destination demands. Returns the length that the match may have beyond the
@@ -154,6 +157,38 @@ struct BoundedWriter {
     [[gnu::noinline, gnu::cold]] static uint8_t* writeNearEnd(uint8_t* op, const uint8_t* literals, uint64_t count,
                                                               uint64_t offset, uint64_t extra) noexcept {
         return writeSequence<Literals::Exactly>(op, literals, count, offset, extra);
+    }
+};
+
+struct StrictWriter {
+    uint8_t* op;
+    uint8_t* end;
+    const uint8_t* sourceEnd;
+
+    // Writes one sequence; false, and nothing, if it does not fit.
+    [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
+        const bool copiesInside = static_cast<int64_t>(count + kLiteralUnit) <= sourceEnd - literals;
+        if (copiesInside && isAmple(end - op, count, extra)) [[likely]] {
+            op = writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra);
+            return true;
+        }
+        return putNearEnd(literals, count, offset, extra);
+    }
+
+    // Writes the rest of the source as literals; false, and nothing, if they do not fit.
+    bool finish(const uint8_t* literals, uint64_t count) noexcept {
+        if (1 + extensionLength(count) + count > static_cast<uint64_t>(end - op)) return false;
+        op = writeLastLiterals(op, literals, count);
+        return true;
+    }
+
+  private:
+    [[gnu::noinline, gnu::cold]] bool putNearEnd(const uint8_t* literals, uint64_t count, uint64_t offset,
+                                                 uint64_t extra) noexcept {
+        const uint64_t length = 1 + extensionLength(count) + count + 2 + extensionLength(extra);
+        if (length > static_cast<uint64_t>(end - op)) return false;
+        op = writeSequence<Literals::Exactly>(op, literals, count, offset, extra);
+        return true;
     }
 };
 

@@ -470,6 +470,39 @@ Bytes inflate(const Library& library, uint64_t seed) {
     return results;
 }
 
+// --- LZO1X ----------------------------------------------------------------------------------------------------------
+
+Bytes lzoStateSize(const Library& library, uint64_t seed) {
+    uint32_t size = 0;
+    const Status status = library.ozrsEncodeLZOGetSize(static_cast<uint32_t>(seed % 3), 0, &size);
+    return Results() << status << size;
+}
+
+Bytes encodeLzo(const Library& library, uint64_t seed) {
+    const Bytes source = data(seed);
+    Bytes memory(131104);
+    auto* const state = reinterpret_cast<LZOState*>(memory.data());
+    Bytes stream(source.size() + source.size() / 16 + 67);
+    auto size = static_cast<uint32_t>(stream.size());
+    Status status = library.ozrsEncodeLZOInit_8u(static_cast<uint32_t>(seed % 3), 0, state);
+    if (status == StatusOk) {
+        status =
+            library.ozrsEncodeLZO_8u(source.data(), static_cast<uint32_t>(source.size()), stream.data(), &size, state);
+    }
+    if (status != StatusOk) return Results() << status;
+    stream.resize(size);
+    return stream;
+}
+
+template <auto decoder>
+Bytes decodeLzo(const Library& library, uint64_t seed) {
+    const Bytes stream = encodeLzo(library, seed);
+    Bytes target(data(seed).size());
+    auto size = static_cast<uint32_t>(target.size());
+    const Status status = (library.*decoder)(stream.data(), static_cast<uint32_t>(stream.size()), target.data(), &size);
+    return Results() << status << size << target;
+}
+
 // --- LZSS -----------------------------------------------------------------------------------------------------------
 
 int32_t lzssStateSize(const Library& library) {
@@ -912,6 +945,11 @@ const std::vector<Exercise>& everyPrimitive() {
         {"ozrsDeflateLZ77Fastest_8u", encodeWithFixedCode},
         {"ozrsInflateBuildHuffTable", buildTables},
         {"ozrsInflate_8u", inflate},
+        {"ozrsEncodeLZOGetSize", lzoStateSize},
+        {"ozrsEncodeLZOInit_8u", encodeLzo},
+        {"ozrsEncodeLZO_8u", encodeLzo},
+        {"ozrsDecodeLZOSafe_8u", decodeLzo<&Library::ozrsDecodeLZOSafe_8u>},
+        {"ozrsDecodeLZO_8u", decodeLzo<&Library::ozrsDecodeLZO_8u>},
         {"ozrsLZSSGetSize_8u", encodeLzss},
         {"ozrsEncodeLZSSInit_8u", encodeLzss},
         {"ozrsEncodeLZSS_8u", encodeLzss},

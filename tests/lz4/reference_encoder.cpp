@@ -1,11 +1,13 @@
 // See the header. A block is made of two parts that know nothing of each other: a search that finds the next match from
-// a position, and a writer that lays out sequences and minds the room. All positions are indices into the source.
+// a position, and a writer that lays out sequences and minds the room. All positions are those of the address space
+// that history and source share; without history they are indices into the source.
 #include "lz4/reference_encoder.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <optional>
+
+#include "lz4/reference_space.h"
 
 namespace ozrdc::test::lz4 {
 namespace {
@@ -19,18 +21,6 @@ constexpr int64_t kLaterMatchMargin = 12;   // where the others must end
 constexpr int64_t kSinglesAfterMatch = 48;  // positions tried one by one after a match
 constexpr int64_t kLongRun = 64;            // ... unless the literal run before the match was that long
 
-// CRC-32C of one byte, bit by bit: polynomial 0x1EDC6F41, reflected.
-constexpr std::array<uint32_t, 256> makeCrcTable() {
-    std::array<uint32_t, 256> table{};
-    for (uint32_t i = 0; i < 256; ++i) {
-        uint32_t crc = i;
-        for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) != 0 ? (crc >> 1) ^ 0x82F63B78 : crc >> 1;
-        table[i] = crc;
-    }
-    return table;
-}
-constexpr std::array<uint32_t, 256> kCrcTable = makeCrcTable();
-
 // The number of bytes of a length's extension, of which the nibble holds the first 15.
 int64_t extensionBytes(int64_t length) { return length < 15 ? 0 : (length - 15) / 255 + 1; }
 
@@ -42,38 +32,32 @@ struct Match {
 // The table of last positions, and what a search position must satisfy.
 class Table {
   public:
-    Table(std::span<const uint8_t> source, uint32_t entries)
-        : source_(source), last_(entries, 0), searchLimit_(static_cast<int64_t>(source.size()) - kSearchMargin) {}
+    Table(const Space& space, PositionTable& last, bool offsetsAlwaysFit)
+        : space_(space), last_(last), offsetsAlwaysFit_(offsetsAlwaysFit) {}
 
-    bool searchable(int64_t position) const { return position < searchLimit_; }
+    const Space& space() const { return space_; }
+    bool searchable(int64_t position) const { return position < space_.end() - kSearchMargin; }
 
     // Reads the candidate of a searchable position, then enters the position. Returns the match if there is one.
     std::optional<Match> probe(int64_t position) {
-        const int64_t candidate = last_[hash(position)];
+        const int64_t candidate = last_[slot(position)];
         insert(position);
-        const bool inReach = source_.size() < kShortSource || candidate + kLargestOffset >= position;
-        if (!inReach) return std::nullopt;
+        const bool inReach = offsetsAlwaysFit_ || candidate + kLargestOffset >= position;
+        if (!inReach || !space_.mayBegin(candidate)) return std::nullopt;
         for (int64_t i = 0; i < kMinMatch; ++i) {
-            if (byte(position + i) != byte(candidate + i)) return std::nullopt;
+            if (space_.byte(position + i) != space_.byte(candidate + i)) return std::nullopt;
         }
         return Match{position, candidate};
     }
 
-    void insert(int64_t position) { last_[hash(position)] = position; }
+    void insert(int64_t position) { last_[slot(position)] = static_cast<int32_t>(position); }
 
   private:
-    uint8_t byte(int64_t position) const { return source_[static_cast<size_t>(position)]; }
+    size_t slot(int64_t position) const { return space_.seededHash(position) & (last_.size() - 1); }
 
-    // The CRC-32C register after the four bytes from `position`, started from the fifth.
-    size_t hash(int64_t position) const {
-        uint32_t crc = byte(position + 4);
-        for (int64_t i = 0; i < 4; ++i) crc = (crc >> 8) ^ kCrcTable[(crc ^ byte(position + i)) & 0xFF];
-        return crc & (last_.size() - 1);
-    }
-
-    std::span<const uint8_t> source_;
-    std::vector<int64_t> last_;
-    int64_t searchLimit_;
+    const Space& space_;
+    PositionTable& last_;
+    bool offsetsAlwaysFit_;
 };
 
 // Tries positions one by one: [position, position + count). Leaves `position` behind them.
@@ -95,7 +79,7 @@ std::optional<Match> searchSkipping(Table& table, int64_t position, int64_t coun
 }
 
 std::optional<Match> findFirst(Table& table, bool shortSource) {
-    int64_t position = 1;
+    int64_t position = table.space().begin() + 1;
     const int64_t singles = shortSource ? 16 : 63;
     if (const auto match = searchSingly(table, position, singles)) return match;
     return shortSource ? searchSkipping(table, position, 16, 4) : searchSkipping(table, position, 64, 6);
@@ -130,11 +114,11 @@ std::optional<Match> findAccelerated(Table& table, int64_t tried, int64_t accele
     }
 }
 
-int64_t matchLength(std::span<const uint8_t> source, const Match& match, int64_t margin) {
-    const int64_t end = static_cast<int64_t>(source.size()) - margin;
+int64_t matchLength(const Space& space, const Match& match, int64_t margin) {
+    const int64_t end = space.end() - margin;
     int64_t n = 0;
-    while (match.position + n < end &&
-           source[static_cast<size_t>(match.position + n)] == source[static_cast<size_t>(match.candidate + n)]) {
+    while (match.position + n < end && space.mayContinue(match.candidate, n) &&
+           space.byte(match.position + n) == space.byte(match.candidate + n)) {
         ++n;
     }
     return n;
@@ -142,7 +126,7 @@ int64_t matchLength(std::span<const uint8_t> source, const Match& match, int64_t
 
 class Writer {
   public:
-    Writer(std::span<const uint8_t> source, int64_t capacity) : source_(source), capacity_(capacity) {}
+    Writer(const Space& space, int64_t capacity) : space_(space), capacity_(capacity), anchor_(space.begin()) {}
 
     int64_t anchor() const { return anchor_; }
 
@@ -172,7 +156,7 @@ class Writer {
     // Writes as much of the rest as fits, as the last literal run.
     void finish() {
         const int64_t room = capacity_ - size();
-        int64_t run = std::min(static_cast<int64_t>(source_.size()) - anchor_, room - 1);
+        int64_t run = std::min(space_.end() - anchor_, room - 1);
         while (1 + extensionBytes(run) + run > room) --run;
         token(run, 0);
         literals(run);
@@ -197,35 +181,30 @@ class Writer {
     }
 
     void literals(int64_t run) {
-        const auto first = source_.begin() + anchor_;
-        block_.insert(block_.end(), first, first + run);
+        for (int64_t i = 0; i < run; ++i) block_.push_back(space_.byte(anchor_ + i));
     }
 
-    std::span<const uint8_t> source_;
+    const Space& space_;
     int64_t capacity_;
-    int64_t anchor_ = 0;
+    int64_t anchor_;
     std::vector<uint8_t> block_;
 };
 
 constexpr int64_t kUnbounded = std::numeric_limits<int64_t>::max() / 2;
 
-void encodeSearchingClosely(std::span<const uint8_t> source, Writer& writer) {
-    const bool shortSource = source.size() < kShortSource;
-    Table table(source, 4096);
+void encodeSearchingClosely(Table& table, bool shortSource, Writer& writer) {
     std::optional<Match> match = findFirst(table, shortSource);
     int64_t margin = kFirstMatchMargin;
     while (match) {
         const int64_t run = match->position - writer.anchor();
-        if (!writer.sequence(*match, matchLength(source, *match, margin))) break;
+        if (!writer.sequence(*match, matchLength(table.space(), *match, margin))) break;
         margin = kLaterMatchMargin;
         match = findNext(table, writer.anchor(), run);
     }
     writer.finish();
 }
 
-void encodeSearchingFast(std::span<const uint8_t> source, int64_t acceleration, Writer& writer) {
-    const bool shortSource = source.size() < kShortSource;
-    Table table(source, shortSource ? 8192 : 4096);
+void encodeSearchingFast(Table& table, bool shortSource, int64_t acceleration, Writer& writer) {
     int64_t margin = kFirstMatchMargin;
     std::optional<Match> match;
     if (table.searchable(1)) {
@@ -233,7 +212,7 @@ void encodeSearchingFast(std::span<const uint8_t> source, int64_t acceleration, 
         if (!match) match = findAccelerated(table, 1, acceleration);
     }
     while (match) {
-        writer.sequence(*match, matchLength(source, *match, margin));
+        writer.sequence(*match, matchLength(table.space(), *match, margin));
         if (!shortSource) margin = kLaterMatchMargin;
         const int64_t end = writer.anchor();
         if (!table.searchable(end)) break;
@@ -244,25 +223,66 @@ void encodeSearchingFast(std::span<const uint8_t> source, int64_t acceleration, 
     writer.finish();
 }
 
+// Without history; the table is made for the call.
+BoundedBlock encodeAlone(std::span<const uint8_t> source, int64_t acceleration, int64_t capacity) {
+    const Space space(source, {});
+    const bool shortSource = source.size() < kShortSource;
+    PositionTable last(acceleration != 1 && shortSource ? 8192 : 4096);
+    Table table(space, last, shortSource);
+    Writer writer(space, capacity);
+    if (acceleration == 1) {
+        encodeSearchingClosely(table, shortSource, writer);
+    } else {
+        encodeSearchingFast(table, shortSource, acceleration, writer);
+    }
+    const bool complete = writer.anchor() == space.end();
+    return {complete ? StatusOk : StatusDestinationFull, writer.anchor(), writer.block()};
+}
+
+BoundedBlock encodeBehind(const EncoderHistory& history, PositionTable& last, int64_t level,
+                          std::span<const uint8_t> source, int64_t capacity) {
+    for (int32_t& entry : last) {
+        if (history.srcIdx == 0) {
+            entry = 0;
+        } else if (entry > level) {
+            entry = static_cast<int32_t>(level);
+        }
+    }
+    const Space space(source, history);
+    Table table(space, last, false);
+    Writer writer(space, capacity);
+    encodeSearchingClosely(table, false, writer);
+    const bool complete = writer.anchor() == space.end();
+    return {complete ? StatusOk : StatusDestinationFull, writer.anchor() - space.begin(), writer.block()};
+}
+
 }  // namespace
 
 std::vector<uint8_t> encode(std::span<const uint8_t> source) { return encodeAccelerated(source, 1); }
 
 std::vector<uint8_t> encodeAccelerated(std::span<const uint8_t> source, int32_t acceleration) {
-    Writer writer(source, kUnbounded);
-    if (acceleration == 1) {
-        encodeSearchingClosely(source, writer);
-    } else {
-        encodeSearchingFast(source, acceleration, writer);
-    }
-    return writer.block();
+    return encodeAlone(source, acceleration, kUnbounded).block;
 }
 
 BoundedBlock encodeBounded(std::span<const uint8_t> source, int64_t capacity) {
-    Writer writer(source, capacity);
-    encodeSearchingClosely(source, writer);
-    const bool complete = writer.anchor() == static_cast<int64_t>(source.size());
-    return {complete ? StatusOk : StatusDestinationFull, writer.anchor(), writer.block()};
+    return encodeAlone(source, 1, capacity);
+}
+
+void loadDictionary(PositionTable& table, std::span<const uint8_t> dictionary) {
+    const Space space(dictionary, {});
+    for (int64_t i = 0; std::ssize(dictionary) - i > 8; i += 3) {
+        table[space.seededHash(i) % table.size()] = static_cast<int32_t>(i);
+    }
+}
+
+std::vector<uint8_t> encodeWithHistory(PositionTable& table, std::span<const uint8_t> source,
+                                       const EncoderHistory& history) {
+    return encodeBehind(history, table, history.srcIdx - 1, source, kUnbounded).block;
+}
+
+BoundedBlock encodeWithHistoryBounded(PositionTable& table, std::span<const uint8_t> source,
+                                      const EncoderHistory& history, int64_t capacity) {
+    return encodeBehind(history, table, history.srcIdx, source, capacity);
 }
 
 }  // namespace ozrdc::test::lz4

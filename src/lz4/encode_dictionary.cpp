@@ -1,0 +1,94 @@
+// Encodes LZ4 blocks with a hash table whose matches may reach into history that precedes the source.
+//
+// The table is the caller's, and its entries, 32-bit positions, live on from call to call: what a call may not believe
+// of them, it makes harmless first, by lowering every entry that lies at or above the source's first position. An entry
+// below is either a position of the history or as good as none, since it is too far away or its bytes do not match.
+
+#include <cstdint>
+
+#include "core/arguments.h"
+#include "core/entry_points.h"
+#include "core/vector_kernels.h"
+#include "lz4/hash_encoder.h"
+
+namespace ozrdc::lz4 {
+namespace {
+
+constexpr int64_t kDictionaryStep = 3;    // every third position of a dictionary is entered
+constexpr int32_t kDictionaryMargin = 8;  // but none that fewer than 9 bytes follow, itself included
+
+// What comes before all checks: without history the table is cleared, otherwise no entry stays above `level`.
+Status prepareTable(uint8_t* pHashTable, int32_t srcIdx, int32_t level) noexcept {
+    if (srcIdx <= 0) return WideTable::clear(pHashTable);
+    return ozrsThreshold_GT_32s_I(pHashTable, WideTable::kMask + 1, level);
+}
+
+struct Job {
+    Source src;
+    int32_t srcIdx;
+    uint8_t* table;
+    HistoryKind kind;
+    const uint8_t* pDict;
+    int32_t dictSize;
+};
+
+template <class Writer>
+Block encodeWithHistory(const Job& job, Writer writer) noexcept {
+    if (job.kind == HistoryKind::Prefix) {
+        return encodeStepped<WideTable>(job.src, PrefixHistory(job.src.begin, job.srcIdx), job.table, writer);
+    }
+    const SeparateHistory history(job.src.begin, job.srcIdx, job.pDict, job.dictSize);
+    return encodeStepped<WideTable>(job.src, history, job.table, writer);
+}
+
+}  // namespace
+}  // namespace ozrdc::lz4
+
+using namespace ozrdc;
+using namespace ozrdc::lz4;
+
+Status y8_ozrsEncodeLZ4DictHashTableInit_8u(uint8_t* pHashTable, int32_t srcLen) noexcept {
+    if (anyNull(pHashTable)) return StatusNullPointer;
+    if (srcLen < 1) return StatusSizeError;
+    return WideTable::clear(pHashTable);
+}
+
+Status y8_ozrsEncodeLZ4LoadDict_8u(uint8_t* pHashTable, const uint8_t* pDict, int32_t dictSize) noexcept {
+    if (anyNull(pHashTable, pDict)) return StatusNullPointer;
+    if (dictSize < 1) return StatusSizeError;
+    const WideTable table{pHashTable};
+    for (int64_t i = 0; dictSize - i > kDictionaryMargin; i += kDictionaryStep) table.enter(hashFive(pDict + i), i);
+    return StatusOk;
+}
+
+Status y8_ozrsEncodeLZ4Dict_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen,
+                               uint8_t* pHashTable, const uint8_t* pDict, int32_t dictSize) noexcept {
+    // The level is one less than in the bounded encoder: here the source's first position is no candidate.
+    if (const Status s = prepareTable(pHashTable, srcIdx, srcIdx - 1)) return s;
+    const HistoryKind kind = historyKind(pSrc, srcIdx, pDict, dictSize);
+    if (kind == HistoryKind::Invalid) return StatusSizeError;
+    if (anyNull(pSrc, pDst, pDstLen)) return StatusNullPointer;
+    if (srcLen < 1) return StatusSizeError;
+    if (srcIdx < 0) return StatusBadArgument;
+    const Block block = encodeWithHistory({{pSrc, srcLen}, srcIdx, pHashTable, kind, pDict, dictSize},  //
+                                          UncheckedWriter{pDst});
+    *pDstLen = static_cast<int32_t>(block.end - pDst);
+    return StatusOk;
+}
+
+Status y8_ozrsEncodeLZ4DictSafe_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t* pSrcLen, uint8_t* pDst,
+                                   int32_t* pDstLen, uint8_t* pHashTable, const uint8_t* pDict,
+                                   int32_t dictSize) noexcept {
+    if (const Status s = prepareTable(pHashTable, srcIdx, srcIdx)) return s;
+    const HistoryKind kind = historyKind(pSrc, srcIdx, pDict, dictSize);
+    if (kind == HistoryKind::Invalid) return StatusSizeError;
+    if (anyNull(pSrc, pSrcLen, pDst, pDstLen)) return StatusNullPointer;
+    if (*pSrcLen < 1 || *pDstLen < 1) return StatusSizeError;
+    if (srcIdx < 0) return StatusBadArgument;
+    const Source src{pSrc, *pSrcLen};
+    const Block block =
+        encodeWithHistory({src, srcIdx, pHashTable, kind, pDict, dictSize}, BoundedWriter{pDst, pDst + *pDstLen});
+    *pSrcLen = static_cast<int32_t>(block.consumed);
+    *pDstLen = static_cast<int32_t>(block.end - pDst);
+    return block.consumed == src.length ? StatusOk : StatusDestinationFull;
+}

@@ -71,6 +71,14 @@ for name, source in SOURCES.items():
     write("lz4_encode", name, struct.pack("<HiB", 100, 8, 0) + source)
     write("lz4_encode", f"{name}_repeated", struct.pack("<HiB", 3000, 2, 250) + source)
 
+# --- LZ4 sources with history -----------------------------------------------------------------------------------------
+
+for name, source in SOURCES.items():
+    for kinds in range(8):
+        size = len(source) // 2
+        parameters = struct.pack("<BbHHH", kinds, kinds % 4 * 2 + 1, 60 if kinds == 5 else 3000, size, 10 * (kinds // 4))
+        write("lz4_history", f"{name}_{kinds}", parameters + source + source[: size // 2])
+
 # --- Checksums --------------------------------------------------------------------------------------------------------
 
 for name, source in SOURCES.items():
@@ -180,3 +188,27 @@ write("bz2_transform", "invert_any", struct.pack("<BH", 1, 123) + RUNS[:500])
 SYMBOLS = b"".join(struct.pack("<H", 0 if i % 4 else 2 + i * i % 20) for i in range(300))
 for name, capacity, last in (("", 2000, b""), ("_full", 250, b""), ("_beyond", 2000, b"\x30\0"), ("_long_run", 2000, bytes(100))):
     write("bz2_transform", "symbols" + name, struct.pack("<BHBH", 2, 5, 24, capacity) + SYMBOLS + last)
+
+# --- ZFP --------------------------------------------------------------------------------------------------------------
+
+
+def zfp_parameters(least, most, precision, exponent):
+    return struct.pack("<HHBh", least, most, precision, exponent)
+
+
+PARAMETERS = {
+    "all": zfp_parameters(0, 4171, 64, -10740),
+    "rate_8": zfp_parameters(512, 512, 64, -10740),
+    "precision_10": zfp_parameters(0, 4171, 10, -10740),
+    "accuracy": zfp_parameters(0, 4171, 64, -12),
+    "endless": zfp_parameters(65535, 65535, 255, -32768),
+}
+RAMP = b"".join(struct.pack("<f", 0.25 * i - 3) for i in range(128))
+BUMPS = b"".join(struct.pack("<f", 1e6 / (1 + (i * i * 37) % 1009)) for i in range(192))
+FIELDS = {"ramp": RAMP, "bumps": BUMPS, "zeros": bytes(256), "infinite": struct.pack("<64f", *([1, float("inf")] * 32))}
+for mode, parameters in PARAMETERS.items():
+    for name, field in FIELDS.items():
+        write("zfp_encode", f"{name}_{mode}", parameters + struct.pack("<H", 2000) + field)
+    # A header with the exponent 1, then planes of every kind.
+    for name, planes in (("empty", bytes(40)), ("full", b"\xff" * 300), ("mixed", literals(256))):
+        write("zfp_decode", f"{name}_{mode}", parameters + b"\x01\x01" + planes)

@@ -4,6 +4,7 @@
 #include <libdeflate.h>
 #include <lz4.h>
 #include <lz4hc.h>
+#include <lzo/lzo1x.h>
 #include <zlib.h>
 
 #include <memory>
@@ -61,6 +62,49 @@ std::optional<std::vector<uint8_t>> lz4Decompress(std::span<const uint8_t> block
                                                    static_cast<int>(capacity), chars(dictionary), length(dictionary));
     if (size < 0) return std::nullopt;
     output.resize(static_cast<std::size_t>(size));
+    return output;
+}
+
+namespace {
+
+// Room for the stream of any source.
+std::size_t lzoBound(std::size_t n) { return n + n / 16 + 67; }
+
+template <typename Compress>
+std::vector<uint8_t> compressLzo(std::span<const uint8_t> source, std::size_t workspaceSize, Compress compress) {
+    std::vector<uint8_t> stream(lzoBound(source.size()));
+    std::vector<uint8_t> workspace(workspaceSize);
+    lzo_uint size = stream.size();
+    if (compress(source.data(), source.size(), stream.data(), &size, workspace.data()) != LZO_E_OK) {
+        throw std::runtime_error("liblzo2 did not compress");
+    }
+    stream.resize(size);
+    return stream;
+}
+
+}  // namespace
+
+std::vector<uint8_t> lzoCompress(std::span<const uint8_t> source) {
+    return compressLzo(source, LZO1X_1_MEM_COMPRESS, lzo1x_1_compress);
+}
+
+std::vector<uint8_t> lzoCompress15(std::span<const uint8_t> source) {
+    return compressLzo(source, LZO1X_1_15_MEM_COMPRESS, lzo1x_1_15_compress);
+}
+
+std::vector<uint8_t> lzoCompress999(std::span<const uint8_t> source, int level) {
+    return compressLzo(source, LZO1X_999_MEM_COMPRESS, [level](auto... arguments) {
+        return lzo1x_999_compress_level(arguments..., nullptr, 0, nullptr, level);
+    });
+}
+
+std::optional<std::vector<uint8_t>> lzoDecompress(std::span<const uint8_t> stream, std::size_t capacity) {
+    std::vector<uint8_t> output(capacity + 1);  // never empty: the pointer must not be null
+    lzo_uint size = capacity;
+    if (lzo1x_decompress_safe(stream.data(), stream.size(), output.data(), &size, nullptr) != LZO_E_OK) {
+        return std::nullopt;
+    }
+    output.resize(size);
     return output;
 }
 

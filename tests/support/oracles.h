@@ -27,6 +27,17 @@ std::vector<uint8_t> lz4CompressWithDictionary(std::span<const uint8_t> source, 
 std::optional<std::vector<uint8_t>> lz4Decompress(std::span<const uint8_t> block, std::size_t capacity,
                                                   std::span<const uint8_t> dictionary = {});
 
+// --- liblzo2: LZO1X streams ------------------------------------------------------------------------------------------
+
+// The streams of its usual compressor, of the one with a larger dictionary, and of the slow one at a level from 1 to 9.
+std::vector<uint8_t> lzoCompress(std::span<const uint8_t> source);
+std::vector<uint8_t> lzoCompress15(std::span<const uint8_t> source);
+std::vector<uint8_t> lzoCompress999(std::span<const uint8_t> source, int level);
+
+// The decoded stream, or nothing if it is malformed, not whole, followed by other bytes, or decodes to more than
+// `capacity` bytes.
+std::optional<std::vector<uint8_t>> lzoDecompress(std::span<const uint8_t> stream, std::size_t capacity);
+
 // --- zlib and libdeflate: raw Deflate streams -----------------------------------------------------------------------
 
 // How zlib is to choose matches and codes: see its deflateInit2.

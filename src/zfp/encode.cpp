@@ -83,18 +83,21 @@ float largestMagnitude(const Floats& floats) noexcept {
 }
 
 constexpr unsigned kMantissaBits = 23;
+constexpr uint32_t kLargestField = 2 * kExponentBias;  // exponent field of the largest finite numbers
 
-// The exponent e of the form f * 2^e, 0.5 <= f < 1. For denormal numbers it is that of the smallest normal ones.
+// The exponent e of the form f * 2^e, 0.5 <= f < 1. For denormal numbers it is that of the smallest normal ones, for an
+// infinity that of the largest finite ones: the header has no room for more, and the decoder derives the number of
+// planes from it.
 int32_t exponentOf(float magnitude) noexcept {
     if (!(magnitude > 0)) return kNoExponent;
-    return static_cast<int32_t>(std::bit_cast<uint32_t>(magnitude) >> kMantissaBits) - (kExponentBias - 1);
+    const uint32_t field = std::bit_cast<uint32_t>(magnitude) >> kMantissaBits;
+    return static_cast<int32_t>(std::min(field, kLargestField)) - (kExponentBias - 1);
 }
 
 // 2^(30 - e), or the largest power of two there is. Takes any exponent of a block.
 float quantizationFactor(int32_t e) noexcept {
-    constexpr int32_t kLargest = 2 * kExponentBias;  // biased exponent of the largest power
-    const int32_t biased = std::min(kExponentBias + kFractionBits - e, kLargest);
-    return std::bit_cast<float>(static_cast<uint32_t>(biased) << kMantissaBits);
+    const auto field = static_cast<uint32_t>(kExponentBias + kFractionBits - e);
+    return std::bit_cast<float>(std::min(field, kLargestField) << kMantissaBits);
 }
 
 Block quantize(const Floats& floats, int32_t e) noexcept {
@@ -188,8 +191,7 @@ Status encodeBlock(const uint8_t* src, int64_t rowStep, int64_t planeStep, ZfpSt
         out.put(0, 1);
         limit = begin + 1;
     } else {
-        constexpr uint32_t kHeaderMask = (1U << kHeaderBits) - 1;  // the exponent of an infinity does not fit
-        out.put((1 | static_cast<uint32_t>(e + kExponentBias) << 1) & kHeaderMask, kHeaderBits);
+        out.put(1 | static_cast<uint32_t>(e + kExponentBias) << 1, kHeaderBits);
         limit = std::max(limit, out.position());
         Block block = quantize(floats, e);
         ownFwdDecor(block);

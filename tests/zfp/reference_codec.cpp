@@ -26,7 +26,8 @@ constexpr std::array<unsigned, 64> kOrder = {
 };
 
 uint32_t halved(uint32_t value) {
-    return static_cast<uint32_t>(std::floor(static_cast<double>(static_cast<int32_t>(value)) / 2));
+    return static_cast<uint32_t>(
+        static_cast<int32_t>(std::floor(static_cast<double>(static_cast<int32_t>(value)) / 2)));
 }
 
 // One line: every step is the inverse of its counterpart in the other direction, but for the bit that a mean loses.
@@ -78,7 +79,7 @@ int exponentOf(const Values& block) {
         if (std::fabs(value) > largest) largest = std::fabs(value);
     }
     if (largest == 0) return -127;
-    if (std::isinf(largest)) return 129;
+    if (std::isinf(largest)) return 128;  // the largest that the header holds
     int e = 0;
     std::frexp(largest, &e);
     return std::max(e, -126);  // denormal numbers have the smallest exponent of normal ones

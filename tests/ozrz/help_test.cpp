@@ -57,19 +57,33 @@ TEST_F(Help, FitsEightyColumns) {
 
 TEST_F(Help, NamesEveryOption) {
     const std::string help = ozrz({"-h"}).out;
-    for (const char* option : {"-d,",           "-t,",
-                               "-l,",           "-c,",
-                               "-o,",           "-f,",
-                               "-k,",           "--rm",
-                               "-N,",           "-n,",
-                               "-F,",           "-1 .. -9",
-                               "--fast",        "-D,",
-                               "-T,",           "-B,",
-                               "--block-size",  "--block-checksum",
-                               "--no-check",    "--content-size",
-                               "-v,",           "-q,",
-                               "--no-progress", "--formats",
-                               "-V,",           "-h,"}) {
+    for (const char* option : {"-d,",
+                               "-t,",
+                               "-l,",
+                               "-c,",
+                               "-o,",
+                               "-f,",
+                               "-k,",
+                               "--rm",
+                               "-N,",
+                               "-n,",
+                               "-F,",
+                               "-1 .. -9",
+                               "--fast",
+                               "-D,",
+                               "-T,",
+                               "-B,",
+                               "--recover",
+                               "--block-size",
+                               "--block-checksum",
+                               "--no-check",
+                               "--content-size",
+                               "-v,",
+                               "-q,",
+                               "--no-progress",
+                               "--formats",
+                               "-V,",
+                               "-h,"}) {
         EXPECT_THAT(help, HasSubstr(option));
     }
 }
@@ -88,7 +102,8 @@ TEST_F(Help, VersionShowsTheLibrarysRecord) {
 
 TEST_F(Help, FormatsShowsNamesAndSuffixes) {
     const std::string formats = ozrz({"--formats"}).out;
-    for (const char* row : {"lz4       .lz4", "gzip      .gz", "zlib      .zz", "deflate   .deflate"}) {
+    for (const char* row :
+         {"lz4       .lz4", "gzip      .gz", "bzip2     .bz2", "zlib      .zz", "deflate   .deflate"}) {
         EXPECT_THAT(formats, HasSubstr(row));
     }
 }

@@ -67,5 +67,7 @@ TEST_F(LargeFile, GoesThroughLz4UnharmedInBoundedMemory) { goThrough({"--content
 
 TEST_F(LargeFile, GoesThroughGzipUnharmedInBoundedMemory) { goThrough({"-F", "gzip", "-1"}, ".gz"); }
 
+TEST_F(LargeFile, GoesThroughBzip2UnharmedInBoundedMemory) { goThrough({"-F", "bzip2", "-9"}, ".bz2"); }
+
 }  // namespace
 }  // namespace ozrz::test

@@ -1,4 +1,4 @@
-// Names for runs of bytes, a large buffer that is not cleared before use, and little-endian fields.
+// Names for runs of bytes, a large buffer that is not cleared before use, and fields of either byte order.
 #pragma once
 
 #include <cstddef>
@@ -38,8 +38,7 @@ class Buffer {
 inline constexpr std::size_t KiB = std::size_t{1} << 10;
 inline constexpr std::size_t MiB = std::size_t{1} << 20;
 
-// Little-endian fields, one byte at a time so that no alignment or byte order is assumed; compilers make one move of
-// it.
+// Fields, one byte at a time so that no alignment or byte order is assumed; compilers make one move of it.
 template <typename Word>
 Word loadLittleEndian(const uint8_t* p) {
     Word value = 0;
@@ -52,6 +51,20 @@ Word loadLittleEndian(const uint8_t* p) {
 template <typename Word>
 void storeLittleEndian(uint8_t* p, Word value) {
     for (std::size_t i = 0; i < sizeof(Word); ++i) p[i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+template <typename Word>
+Word loadBigEndian(const uint8_t* p) {
+    Word value = 0;
+    for (std::size_t i = 0; i < sizeof(Word); ++i) {
+        value = static_cast<Word>(value | (static_cast<Word>(p[i]) << (8 * (sizeof(Word) - 1 - i))));
+    }
+    return value;
+}
+
+template <typename Word>
+void storeBigEndian(uint8_t* p, Word value) {
+    for (std::size_t i = 0; i < sizeof(Word); ++i) p[i] = static_cast<uint8_t>(value >> (8 * (sizeof(Word) - 1 - i)));
 }
 
 }  // namespace ozrz

@@ -46,7 +46,7 @@ void forEachFile(const std::vector<std::string>& files, Messages& messages,
 
 DecodeSettings decodeSettings(const Options& options, const std::optional<Buffer>& dictionary, const InputFile& input,
                               Messages& messages, unsigned& warnings) {
-    DecodeSettings settings{.threads = options.threads};
+    DecodeSettings settings{.threads = options.threads, .recover = options.recover};
     if (dictionary) settings.dictionary = bytesOf(*dictionary);
     settings.warn = [&](const std::string& text) {
         messages.warning(input.name() + ": " + text);
@@ -125,7 +125,8 @@ void JobRunner::runFile(const std::string& file) {
     if (encoding) {
         compress(input, *output, *format);
     } else {
-        warnings = options_.force ? decompressWhatIsIntact(input, *output, format) : decompress(input, *output, format);
+        warnings = options_.force || options_.recover ? decompressWhatIsIntact(input, *output, format)
+                                                      : decompress(input, *output, format);
     }
     const bool remove = options_.removeSource && !input.isStdin() && warnings == 0;
     struct stat status = input.status();
@@ -156,6 +157,9 @@ unsigned JobRunner::decompress(InputFile& input, OutputFile& output, const Forma
         copy(input.source(), output.sink());
         return warnings;
     }
+    if (options_.recover && !format->description().canRecover) {
+        throw DataError("the format " + std::string(format->description().name) + " has no --recover");
+    }
     format->decode(input.source(), output.sink(), decodeSettings(options_, dictionary_, input, messages_, warnings));
     return warnings;
 }
@@ -169,7 +173,8 @@ unsigned JobRunner::decompressWhatIsIntact(InputFile& input, OutputFile& output,
         if (intact == 0) throw;
         output.commit(input.isRegular() && !input.isStdin() ? &input.status() : nullptr, false);
         if (!options_.writesFiles()) throw;
-        throw DataError(std::string(error.what()) + "; " + countText(intact, "byte") + " in front of it are kept");
+        throw DataError(std::string(error.what()) + "; " + countText(intact, "byte") +
+                        (options_.recover ? " are kept" : " in front of it are kept"));
     }
 }
 

@@ -18,7 +18,8 @@ std::string row(const std::string& format, const std::string& compressed, const 
 
 std::string ratioText(uint64_t compressed, uint64_t uncompressed) {
     if (compressed == 0) return "-";
-    return fixedText(static_cast<double>(uncompressed) / static_cast<double>(compressed), 3);
+    const double ratio = static_cast<double>(uncompressed) / static_cast<double>(compressed);
+    return fixedText(ratio, ratio < 10'000 ? 3 : 0);
 }
 
 }  // namespace

@@ -97,6 +97,9 @@ void checkConsistency(const Options& options) {
     if (options.removeSource && !options.writesFiles()) {
         throw UsageError("--rm is for results that go to files: it cannot be used with -c, -t or -l");
     }
+    if (options.recover && options.format != nullptr && !options.format->description().canRecover) {
+        throw UsageError("the format " + std::string(options.format->description().name) + " has no --recover");
+    }
     if (options.acceleration != 0 && options.format != nullptr && !options.format->description().hasFast) {
         throw UsageError("the format " + std::string(options.format->description().name) + " has no --fast");
     }
@@ -117,6 +120,7 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_flag("-d,--decompress", decompress, "decompress")->group(group);
     app.add_flag("-t,--test", test, "decompress, check, and write nothing")->group(group);
     app.add_flag("-l,--list", list, "show format, sizes, ratio and check")->group(group);
+    app.add_flag("--recover", options.recover, "decompress what is intact of damaged files (bzip2)")->group(group);
 
     group = "Where results go";
     bool keep = false;
@@ -174,7 +178,11 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
         return ExitCode::success;
     }
 
-    options.mode = list ? Mode::list : test ? Mode::test : decompress ? Mode::decompress : Mode::compress;
+    if (options.recover && compress) throw UsageError("--recover is for decompressing");
+    options.mode = list                            ? Mode::list
+                   : test                          ? Mode::test
+                   : decompress || options.recover ? Mode::decompress
+                                                   : Mode::compress;
     if (!formatName.empty()) options.format = &findFormat(registry, formatName);
     if (options.output == "-") {
         options.output.reset();

@@ -21,6 +21,7 @@ struct Options {
     bool restoreName = false;  // and time, as the compressed file tells them
     bool removeSource = false;
     bool force = false;
+    bool recover = false;            // of damaged files, what is intact
     const Format* format = nullptr;  // named by -F
     int level = 0;                   // 0: the format's default
     int acceleration = 0;            // 0: --fast was not given

@@ -39,6 +39,9 @@ struct EncodeSettings {
 struct DecodeSettings {
     unsigned threads = 1;
     std::optional<Bytes> dictionary{};
+    // Damaged blocks are left out, each with a warning; the error comes when all the others are written. For formats
+    // that can do so.
+    bool recover = false;
     // Takes what is odd but no error, such as bytes behind the end.
     std::function<void(const std::string&)> warn = [](const std::string&) {};
 };
@@ -73,6 +76,7 @@ struct FormatDescription {
     std::vector<int> distinctAccelerations{};  // the same of --fast; others are accepted too
     bool hasFast = false;
     bool hasDictionaries = false;
+    bool canRecover = false;
 };
 
 class Format {

@@ -1,6 +1,7 @@
 // The list of formats.
 #include "formats/registry.h"
 
+#include "formats/bzip2/format.h"
 #include "formats/deflate/format.h"
 #include "formats/gzip/format.h"
 #include "formats/lz4/format.h"
@@ -12,6 +13,7 @@ namespace ozrz {
 Registry::Registry() {
     formats_.push_back(makeLz4Format());
     formats_.push_back(makeGzipFormat());
+    formats_.push_back(makeBzip2Format());
     formats_.push_back(makeZlibFormat());
     formats_.push_back(makeDeflateFormat());
 }

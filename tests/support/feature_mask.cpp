@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 
+#include "checksum/adler32_runs.h"
 #include "core/features.h"
 
 namespace {
@@ -25,6 +26,14 @@ extern "C" uint64_t ownGetFeature(uint64_t mask) noexcept {
     if (n < kRemembered) questions[n].store(mask, std::memory_order_relaxed);
     questionCount.store(n + 1, std::memory_order_relaxed);
     return ozrdc::test::presentFeatures(mask) & visibleFeatures.load(std::memory_order_relaxed);
+}
+
+// Adler-32 looks at no feature of the query; here wide vectors hide with the others.
+extern "C" std::size_t ozrdcAdler32AddAllRuns(ozrdc::adler32::Sums& sums, const uint8_t* p, std::size_t len) noexcept {
+    static const bool isPresent = __builtin_cpu_supports("avx2") != 0;
+    const bool isVisible = visibleFeatures.load(std::memory_order_relaxed) == kAllFeatures;
+    return isPresent && isVisible ? ozrdc::adler32::addAllRuns32(sums, p, len)
+                                  : ozrdc::adler32::addAllRuns16(sums, p, len);
 }
 
 namespace ozrdc::test {

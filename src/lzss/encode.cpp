@@ -6,8 +6,7 @@
 // to come. What is copied but not encoded, because the destination is full, is forgotten.
 //
 // All accesses are inside the buffer: `next` and `filled` are, matches end in front of `filled`, and candidates are
-// less than kWindow back, where the history is; until there is as much of it, chains only hold positions since the
-// start.
+// less than kWindow back, where the history is, or at least the room for it.
 //
 // The time goes into the walk along the chains, see there, and into the entries, a few instructions for every byte.
 
@@ -25,11 +24,14 @@ namespace ozrdc::lzss {
 namespace {
 
 // A call's last bytes, which are never hashed and never part of a match.
-constexpr ptrdiff_t kUnhashed = kHashedBytes - 1;
+constexpr uint32_t kUnhashed = kHashedBytes - 1;
 
 // How many bytes must be there from a position on, if more of the source is to come, to see its match whole and to hash
 // all positions inside.
 constexpr ptrdiff_t kLookahead = kMaxMatch + kUnhashed;
+
+// Repetitions of one byte are entered at once from this length on.
+constexpr uint32_t kLeastRun = 16;
 
 // The source as it moves through the buffer.
 struct Input {
@@ -40,29 +42,22 @@ struct Input {
     ptrdiff_t left;       // its length
 
     [[nodiscard]] bool atEnd() const noexcept { return next == filled && left == 0; }
+    [[nodiscard]] ptrdiff_t room() const noexcept { return history + kHistorySize - filled; }
 
-    // Brings more of the source into the buffer: enough to encode something, and not much more than what the
-    // destination has room for, so that calls with little room take little time.
-    void refill(ptrdiff_t room) noexcept {
-        constexpr ptrdiff_t kBytesOfRoom = 4;  // what usual data fill a byte with
-        static_assert(kWindow + 2 * kLookahead < kHistorySize);
-        const uint8_t* const bufferEnd = history + kHistorySize;
-        const ptrdiff_t wanted = std::min(left, kLookahead + kBytesOfRoom * room);
-        if (bufferEnd - filled < wanted && next - history > kWindow) slide();
-        const ptrdiff_t n = std::min(wanted, bufferEnd - filled);
+    // Brings `n` bytes of the source into the buffer, or what fits.
+    void append(ptrdiff_t n) noexcept {
+        n = std::min(n, room());
         std::memcpy(filled, rest, static_cast<size_t>(n));
         filled += n;
         rest += n;
         left -= n;
     }
-
-  private:
     // Moves the history, and what is behind it, to the front.
     void slide() noexcept {
-        const ptrdiff_t distance = next - kWindow - history;
-        std::memmove(history, history + distance, static_cast<size_t>(filled - history - distance));
-        next -= distance;
-        filled -= distance;
+        const uint8_t* const kept = next - kWindow;
+        std::memmove(history, kept, static_cast<size_t>(filled - kept));
+        filled -= kept - history;
+        next = history + kWindow;
     }
 };
 
@@ -78,7 +73,7 @@ class Encoder {
     Status encode() noexcept {
         if (!out_.emit()) return StatusDestinationFull;
         while (!in_.atEnd()) {
-            in_.refill(out_.room());
+            refill();
             if (!encodeBuffered()) return StatusDestinationFull;
         }
         return StatusOk;
@@ -97,6 +92,20 @@ class Encoder {
     }
 
   private:
+    // Brings more of the source into the buffer: enough to encode something, and not much more than what the
+    // destination has room for, so that calls with little room take little time.
+    void refill() noexcept {
+        constexpr ptrdiff_t kBytesOfRoom = 4;  // what usual data fill a byte with
+        constexpr ptrdiff_t kEnough = 4096;    // less than that is not worth a move
+        static_assert(kLookahead < kEnough && kWindow + kLookahead + kEnough <= kHistorySize);
+        const ptrdiff_t wanted = std::min(in_.left, kLookahead + kBytesOfRoom * out_.room());
+        if (in_.room() < std::min(wanted, kEnough)) {
+            chains_.forget(position_);
+            in_.slide();
+        }
+        in_.append(wanted);
+    }
+
     // Encodes what is in the buffer; if more of the source is to come, only as far as all matches can be seen whole.
     // False if the destination is full.
     bool encodeBuffered() noexcept {
@@ -116,7 +125,7 @@ class Encoder {
     bool encodeUntil(const uint8_t* searchEnd) noexcept {
         const uint8_t* const matchEnd = in_.filled - kUnhashed;
         BitOutput out = out_;
-        uint8_t* p = in_.next;
+        const uint8_t* p = in_.next;
         uint32_t position = position_;
         RollingHash hash(p);
         bool room = true;
@@ -130,12 +139,21 @@ class Encoder {
             } else {
                 out.match(match.length, match.distance);
                 const uint8_t* const end = p + match.length;
-                for (++p, ++position; p < end; ++p, ++position) chains_.enter(hash.at(p), position);
+                uint32_t count = 1;
+                if (match.distance == 1 && match.length >= kLeastRun) {
+                    // All but the last two positions have the hash of the first.
+                    count = match.length - kUnhashed;
+                    chains_.enterRun(hash.last(), position + 1, count - 1);
+                    hash = RollingHash(p + count);
+                }
+                p += count;
+                position += count;
+                for (; p < end; ++p, ++position) chains_.enter(hash.at(p), position);
             }
             room = out.emit();
         } while (room && p < searchEnd);
         out_ = out;
-        in_.next = p;
+        in_.next = in_.history + (p - in_.history);
         position_ = position;
         return room;
     }
@@ -165,9 +183,8 @@ Status y8_ozrsEncodeLZSSInit_8u(LZSSState* pState) noexcept {
     state.bits = 0;
     state.pending = 0;
     state.position = 0;
-    state.end = 0;
-    std::fill_n(state.links, kWindow, kWindow);
-    std::fill_n(state.head, kHashValues, kNoPosition);
+    state.end = kWindow;
+    Chains(state).clear();
     return StatusOk;
 }
 

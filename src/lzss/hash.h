@@ -63,8 +63,10 @@ class RollingHash {
     // Moves on to the position at `p`, the one behind the last, and returns its hash.
     [[gnu::always_inline]] uint32_t at(const uint8_t* p) noexcept {
         sum_ = sum_ >> 16 ^ kHashSteps[p[kHashedBytes - 1]];
-        return static_cast<uint16_t>(sum_);
+        return last();
     }
+    // The hash of the last position.
+    [[nodiscard]] uint32_t last() const noexcept { return static_cast<uint16_t>(sum_); }
 
   private:
     uint64_t sum_;

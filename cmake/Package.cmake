@@ -2,8 +2,10 @@
 # build with it, and the command.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_CONTACT "The ozrdc authors <ozrdc@localhost.localdomain>")
+set(OZRDC_PACKAGE_CONTACT "The ozrdc authors <authors@ozrdc.example>" CACHE STRING "Who answers for the packages")
+set(CPACK_PACKAGE_CONTACT ${OZRDC_PACKAGE_CONTACT})
 set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 
@@ -12,31 +14,38 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS $<TARGET_FILE_DIR:ozrdc>)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)  # where it finds the library itself
 
 # The runtime package is named for the soname, so that packages of two interfaces can be installed side by side.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libozrdcy8-11)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+# It is told by hand what CPack would find out, because CPack also adds scripts that call ldconfig where a trigger does.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.14)")
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/packaging/shlibs "libozrdcy8 11 libozrdcy8-11 (>= ${PROJECT_VERSION}-1)\n")
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/packaging/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${CMAKE_CURRENT_BINARY_DIR}/packaging/shlibs ${CMAKE_CURRENT_BINARY_DIR}/packaging/triggers)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "data-compression primitives (shared library)
- The compute-heavy stages of compressors and decompressors as plain functions:
- checksums, LZ4, Deflate, LZO, LZSS, block sorting and ZFP, for processors with
- SSE4.2. The library never allocates memory, throws, logs or starts threads.")
+The compute-heavy stages of compressors and decompressors as plain functions:
+checksums, LZ4, Deflate, LZO, LZSS, block sorting and ZFP, for processors with
+SSE4.2. The library never allocates memory, throws, logs or starts threads.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libozrdcy8-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libozrdcy8-11 (= ${PROJECT_VERSION}-1)")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "data-compression primitives (development files)
- Headers for C and C++, the static library, and descriptions for CMake and
- pkg-config, to build programs with libozrdcy8.")
+Headers for C and C++, the static library, and descriptions for CMake and
+pkg-config, to build programs with libozrdcy8.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ozrz)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libozrdcy8-11 (>= ${PROJECT_VERSION}-1)")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "compress and decompress files in several formats
- A command in the manner of gzip for .lz4, .gz, .bz2, .zz and raw Deflate
- files. It works on all cores, checks what it decompresses, recovers what is
- intact of damaged bzip2 files, and measures ratio and speed on given files.")
+A command in the manner of gzip for lz4, gzip, bzip2, zlib and further formats.
+It works on all cores, checks what it decompresses, recovers what is
+intact of damaged bzip2 files, and measures ratio and speed on given files.")
 
 # compress_document(SOURCE RESULT COMPONENT DESTINATION): a document as packages hold it.
 function(compress_document source result component destination)

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ozrdc.h"
+#include "support/take_away.h"
 
 namespace ozrdc::test::deflate {
 namespace {
@@ -56,44 +57,8 @@ struct Call {
     // Takes one of the required pointers away.
     static constexpr int kPointers = 12;
     void forget(int pointer) {
-        switch (pointer) {
-            case 0:
-                ppSrc = nullptr;
-                break;
-            case 1:
-                pSrcLen = nullptr;
-                break;
-            case 2:
-                pSrcIdx = nullptr;
-                break;
-            case 3:
-                window = nullptr;
-                break;
-            case 4:
-                head = nullptr;
-                break;
-            case 5:
-                prev = nullptr;
-                break;
-            case 6:
-                literalFrequencies = nullptr;
-                break;
-            case 7:
-                distanceFrequencies = nullptr;
-                break;
-            case 8:
-                literals = nullptr;
-                break;
-            case 9:
-                distances = nullptr;
-                break;
-            case 10:
-                pDstLen = nullptr;
-                break;
-            default:
-                source = nullptr;
-                break;
-        }
+        takeAway(pointer, ppSrc, pSrcLen, pSrcIdx, window, head, prev, literalFrequencies, distanceFrequencies,
+                 literals, distances, pDstLen, source);
     }
 
     bool isUntouched() const {

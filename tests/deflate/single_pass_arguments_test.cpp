@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ozrdc.h"
+#include "support/take_away.h"
 
 namespace ozrdc::test::deflate {
 namespace {
@@ -79,38 +80,7 @@ struct Call {
     static constexpr int kPointers = 10;
     static constexpr int kPointersOfStatistics = 6;
     void forget(int pointer) {
-        switch (pointer) {
-            case 0:
-                ppSrc = nullptr;
-                break;
-            case 1:
-                pSrcLen = nullptr;
-                break;
-            case 2:
-                pSrcIdx = nullptr;
-                break;
-            case 3:
-                window = nullptr;
-                break;
-            case 4:
-                head = nullptr;
-                break;
-            case 5:
-                source = nullptr;
-                break;
-            case 6:
-                pCode = nullptr;
-                break;
-            case 7:
-                pCodeLenBits = nullptr;
-                break;
-            case 8:
-                target = nullptr;
-                break;
-            default:
-                pDstIdx = nullptr;
-                break;
-        }
+        takeAway(pointer, ppSrc, pSrcLen, pSrcIdx, window, head, source, pCode, pCodeLenBits, target, pDstIdx);
     }
 
     bool isUntouched() const {

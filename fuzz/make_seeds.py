@@ -212,3 +212,32 @@ for mode, parameters in PARAMETERS.items():
     # A header with the exponent 1, then planes of every kind.
     for name, planes in (("empty", bytes(40)), ("full", b"\xff" * 300), ("mixed", literals(256))):
         write("zfp_decode", f"{name}_{mode}", parameters + b"\x01\x01" + planes)
+
+# --- LZSS streams -----------------------------------------------------------------------------------------------------
+
+
+def lzss_literal(byte):
+    return f"1{byte:08b}"
+
+
+def lzss_match(distance, length):
+    return f"0{distance:015b}{length - 3:08b}"
+
+
+LZSS_TOKENS = {
+    "literals": "".join(map(lzss_literal, range(60))),
+    "matches": "".join(map(lzss_literal, b"abc")) + "".join(lzss_match(1 + i % 3, 3 + 9 * i % 256) for i in range(60)),
+    "mixed": "".join("".join(map(lzss_literal, b"xyz.,"[: i % 5])) + lzss_match(1 + i, 3 + i) for i in range(40)),
+    "distance_zero": lzss_literal(7) + lzss_match(0, 100) + lzss_literal(8) + lzss_match(100, 258),
+    "before_the_stream": lzss_match(32767, 258) + lzss_match(300, 100) + lzss_literal(1),
+}
+CUTS = {"whole": (255, 11, 0), "pieces": (90, 0, 5), "bytes": (0, 0, 0)}
+for name, tokens in LZSS_TOKENS.items():
+    for cut, (number, power, seed) in CUTS.items():
+        sizes = struct.pack("<BBH", number, power, seed)
+        write("lzss_decode", f"{name}_{cut}", sizes + sizes + b"\x55" + packed(tokens))
+for name, source in {**SOURCES, "words": words(100)}.items():
+    for cut, (number, power, seed) in CUTS.items():
+        sizes = struct.pack("<BBH", number, power, seed)
+        repetition = 250 if cut == "whole" else 0
+        write("lzss_encode", f"{name}_{cut}", sizes + sizes + bytes([repetition]) + source)

@@ -35,8 +35,8 @@ struct ChainTables {
     [[gnu::always_inline]] uint8_t* head(const uint8_t* p) const noexcept {
         return heads + sizeof(uint32_t) * (crcHash(0, load32(p)) % kHeads);
     }
-    [[gnu::always_inline]] uint8_t* link(int64_t position) const noexcept {
-        return links + sizeof(uint32_t) * (static_cast<uint64_t>(position) % kLinks);
+    [[gnu::always_inline]] uint8_t* link(uint64_t position) const noexcept {
+        return links + sizeof(uint32_t) * (position % kLinks);
     }
 };
 
@@ -62,9 +62,11 @@ struct CandidateBytes {
     const uint8_t* end;
 };
 
-// The bytes of the positions, for history in front of the source, and for history elsewhere. `find` is false if no
-// match may begin at the candidate, which is below the position searched and in reach.
+// Finds the bytes of positions; false if no match may begin there. This is for history in front of the source: all
+// positions lie in one piece of memory.
 struct PrefixBytes {
+    static constexpr bool kOnePiece = true;
+
     const uint8_t* base;
     const uint8_t* begin;  // of what may be read
     const uint8_t* end;
@@ -72,17 +74,20 @@ struct PrefixBytes {
     PrefixBytes(const uint8_t* source, int64_t srcIdx, int64_t srcLen) noexcept
         : base(source - srcIdx), begin(source - std::min<int64_t>(srcIdx, kMaxOffset)), end(source + srcLen) {}
 
-    [[gnu::always_inline]] bool find(int64_t candidate, CandidateBytes& bytes) const noexcept {
+    [[gnu::always_inline]] bool find(uint64_t candidate, CandidateBytes& bytes) const noexcept {
         bytes = {base + candidate, begin, end};
         return true;
     }
 };
 
+// The same for history elsewhere.
 struct SeparateBytes {
+    static constexpr bool kOnePiece = false;
+
     const uint8_t* base;
     const uint8_t* begin;  // of the source
     const uint8_t* end;
-    SeparateHistory history;
+    SeparateHistory<false> history;
     const uint8_t* dictionaryBegin;
 
     SeparateBytes(const uint8_t* source, int64_t srcIdx, int64_t srcLen, const uint8_t* pDict,
@@ -93,13 +98,116 @@ struct SeparateBytes {
           history(source, srcIdx, pDict, dictSize),
           dictionaryBegin(pDict) {}
 
-    [[gnu::always_inline]] bool find(int64_t candidate, CandidateBytes& bytes) const noexcept {
-        if (history.isInSource(candidate)) {
+    [[gnu::always_inline]] bool find(uint64_t candidate, CandidateBytes& bytes) const noexcept {
+        const auto position = static_cast<int64_t>(candidate);
+        if (history.isInSource(position)) {
             bytes = {base + candidate, begin, end};
             return true;
         }
         bytes = {history.dictionary + candidate, dictionaryBegin, history.dictionaryEnd};
-        return history.isUsable(candidate);
+        return history.isUsable(position);
+    }
+};
+
+// A walk along the chain of one position: what it has found, and the candidate that is next.
+struct Walk {
+    const uint8_t* p;
+    uint64_t oldest;  // the oldest position in reach; below 0, and then a very large number, near the beginning
+    uint64_t candidate;
+    Match best;
+};
+
+// Looks for the longest match that begins at a position.
+template <class Bytes>
+struct LongestWalk : Walk {
+    // A longer match has the four bytes that end with the first one that the longest one so far lacks.
+    static constexpr int64_t kTail = sizeof(uint32_t) - 1;
+
+    const uint8_t* matchLimit;
+    int64_t length = kMinMatch - 1;  // of a match that is not worth having
+    uint32_t tail;
+
+    LongestWalk(const Walk& walk, const uint8_t* limit) noexcept : Walk(walk), matchLimit(limit), tail(load32(p)) {}
+
+    // Looks at a candidate; false if no other can be better.
+    [[gnu::always_inline]] bool consider(const CandidateBytes& from, int64_t distance) noexcept {
+        const uint8_t* limit = matchLimit;
+        if constexpr (!Bytes::kOnePiece) {
+            limit = std::min(limit, p + (from.end - from.at));
+            if (limit - p <= length) return true;
+        }
+        if (load32(from.at + length - kTail) != tail) [[likely]]
+            return true;
+        const int64_t n = getboundlong(p, from.at, 0, limit - p);
+        if (n <= length) return true;
+        length = n;
+        tail = load32(p + length - kTail);
+        best = {p, n, distance};
+        return p + n < matchLimit;
+    }
+};
+
+// Looks for the longest match that a position lies in, if longer than a given length. It begins at `lowest` or behind
+// it. At least 16 bytes of the source follow the position.
+//
+// All candidates have the bytes at the position, and nearly all fail by a little. So the equal bytes of the 16 on
+// either side are counted at once, and if their sum is too small, that is the end of it.
+template <class Bytes>
+struct WiderWalk : Walk {
+    static constexpr int64_t kWord = 16;
+
+    const uint8_t* matchLimit;
+    int64_t mostBack;
+    int64_t length;
+    int64_t leastBefore;  // how many bytes in front of a candidate let its words be compared
+    __m128i ahead;
+    __m128i back = _mm_setzero_si128();
+    uint32_t stop;  // a bit that ends the count where the match must begin
+
+    WiderWalk(const Walk& walk, const uint8_t* lowest, int64_t lengthSoFar, const Bytes& bytes,
+              const uint8_t* limit) noexcept
+        : Walk(walk),
+          matchLimit(limit),
+          mostBack(p - lowest),
+          length(lengthSoFar),
+          leastBefore(p - bytes.begin >= kWord ? kWord : INT64_MAX),
+          ahead(load128(p)),
+          stop(mostBack < kWord ? uint32_t{1} << (kWord - 1 - mostBack) : 0) {
+        if (leastBefore == kWord) back = load128(p - kWord);
+    }
+
+    [[gnu::always_inline]] bool consider(const CandidateBytes& from, int64_t distance) noexcept {
+        if (from.at - from.begin >= leastBefore && (Bytes::kOnePiece || from.end - from.at >= kWord)) [[likely]] {
+            const uint32_t differBack = differences(back, from.at - kWord) | stop;
+            const uint32_t differAhead = differences(ahead, from.at);
+            if (differBack != 0 && differAhead != 0) [[likely]] {
+                const int equal = __builtin_ctz(differAhead) + __builtin_clz(differBack) - (32 - kWord);
+                if (equal <= length) [[likely]]
+                    return true;
+            }
+        }
+        return measure(from, distance);
+    }
+
+  private:
+    // A bit for each of 16 bytes that are not the same.
+    [[gnu::always_inline]] static uint32_t differences(__m128i bytes, const uint8_t* other) noexcept {
+        const int equal = _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, load128(other)));
+        return static_cast<uint32_t>(equal) ^ 0xFFFF;
+    }
+
+    // The same, to the end of the match.
+    [[gnu::always_inline]] bool measure(const CandidateBytes& from, int64_t distance) noexcept {
+        // A longer match goes on that far, wherever it begins.
+        const int64_t least = length - mostBack;
+        const int64_t most = std::min(matchLimit - p, from.end - from.at);
+        if (least >= most || (least >= 0 && from.at[least] != p[least])) return true;
+        const int64_t n = getboundlong(p, from.at, 0, most);
+        const int64_t total = n + commonSuffix(p, from.at, std::min(mostBack, from.at - from.begin));
+        if (total <= length) return true;
+        length = total;
+        best = {p - (total - n), total, distance};
+        return length < mostBack + (matchLimit - p);
     }
 };
 
@@ -112,74 +220,69 @@ class ChainSearch {
 
     // The longest match at `p`, of length 0 if there is none of the shortest length that can be coded.
     [[gnu::always_inline]] Match longest(const uint8_t* p) noexcept {
-        Match best;
-        int64_t length = kMinMatch - 1;
-        walk(p, [&](int64_t distance, const CandidateBytes& from) {
-            // A longer match has these four bytes. In the dictionary it also has to end where the dictionary does.
-            constexpr int64_t kTail = sizeof(uint32_t) - 1;
-            if (from.end - from.at <= length || load32(from.at + length - kTail) != load32(p + length - kTail)) {
-                return true;
-            }
-            const int64_t n = getboundlong(p, from.at, 0, std::min(matchLimit_ - p, from.end - from.at));
-            if (n <= length) return true;
-            length = n;
-            best = {p, n, distance};
-            return p + n < matchLimit_;
-        });
-        return best;
+        enterUpTo(p);
+        LongestWalk<Bytes> walk(walkAt(p), matchLimit_);
+        if (!step(walk)) return walk.best;
+        // The nearest candidate often has the longest match already: then the next walk begins near its end.
+        touch(p + walk.length - kOverlapTouched);
+        finish(walk, attempts_ - 1);
+        return walk.best;
     }
 
-    // The longest match that `p` lies in, if longer than `length`; of length 0 otherwise. It begins at `lowest` or
-    // behind it.
-    [[gnu::always_inline]] Match longer(const uint8_t* p, const uint8_t* lowest, int64_t length) noexcept {
-        constexpr int64_t kWord = sizeof(uint64_t);
-        Match best;
-        const int64_t mostBack = p - lowest;
-        const int64_t mostAhead = matchLimit_ - p;
-        const bool roomForWords = p - bytes_.begin >= kWord && mostAhead >= kWord;
-        walk(p, [&](int64_t distance, const CandidateBytes& from) {
-            if (roomForWords && from.at - from.begin >= kWord && from.end - from.at >= kWord) [[likely]] {
-                const uint64_t ahead = load64(p) ^ load64(from.at);
-                const uint64_t back = load64(p - kWord) ^ load64(from.at - kWord);
-                if (ahead != 0) {
-                    const int64_t n = back != 0 ? detail::equalBytesAtEnd(back) : kWord;
-                    const bool isAll = back != 0 || mostBack <= kWord;
-                    if (isAll && detail::equalBytes(ahead) + std::min(n, mostBack) <= length) return true;
-                }
-            }
-            const int64_t n = getboundlong(p, from.at, 0, std::min(mostAhead, from.end - from.at));
-            const int64_t back = commonSuffix(p, from.at, std::min(mostBack, from.at - from.begin));
-            if (n + back <= length) return true;
-            length = n + back;
-            best = {p - back, length, distance};
-            return length < mostBack + mostAhead;
-        });
-        return best;
+    // The longest match that contains the byte `overlap` bytes before the end of one and does not begin before it, if
+    // longer; of length 0 otherwise.
+    [[gnu::noinline]] Match longer(const Match& match, int64_t overlap) noexcept {
+        const uint8_t* const p = match.end() - overlap;
+        touch(match.end());  // where the next walk begins if this one finds nothing
+        enterUpTo(p);
+        WiderWalk<Bytes> walk(walkAt(p), match.at, match.length, bytes_, matchLimit_);
+        finish(walk, attempts_);
+        return walk.best;
     }
 
   private:
-    // Enters the positions in front of `p`, then calls consider(distance, bytes) for the candidates of `p`, the nearest
-    // first, until it returns false.
-    template <class Consider>
-    [[gnu::always_inline]] void walk(const uint8_t* p, Consider consider) noexcept {
-        enterUpTo(p);
-        const int64_t position = p - bytes_.base;
-        int64_t candidate = load32(tables_.head(p));
-        for (int left = attempts_; left > 0; --left) {
-            const int64_t distance = position - candidate;
-            if (static_cast<uint64_t>(distance - 1) >= kMaxChainDistance) return;
-            const int64_t next = load32(tables_.link(candidate));
-            CandidateBytes from;
-            if (bytes_.find(candidate, from) && !consider(distance, from)) return;
-            // The link of position 0 is 0 where nothing was: going round there finds nothing new.
-            if (next == candidate) return;
-            candidate = next;
+    static constexpr int64_t kOverlapTouched = 2;
+
+    // Begins to fetch what a walk at `p` will need first.
+    [[gnu::always_inline]] void touch(const uint8_t* p) const noexcept {
+        const uint64_t candidate = load32(tables_.head(p));
+        __builtin_prefetch(tables_.link(candidate));
+        __builtin_prefetch(bytes_.base + candidate);
+    }
+
+    [[gnu::always_inline]] Walk walkAt(const uint8_t* p) const noexcept {
+        const auto position = static_cast<uint64_t>(p - bytes_.base);
+        return {p, position - kMaxChainDistance, load32(tables_.head(p)), {}};
+    }
+
+    // Looks at the next candidate; false if that was the last one.
+    template <class AnyWalk>
+    [[gnu::always_inline]] bool step(AnyWalk& walk) const noexcept {
+        const uint64_t candidate = walk.candidate;
+        // Neither too far back, nor at or behind the position itself.
+        const uint64_t fromOldest = candidate - walk.oldest;
+        if (fromOldest >= kMaxChainDistance) return false;
+        const uint64_t next = load32(tables_.link(candidate));
+        CandidateBytes from;
+        if (bytes_.find(candidate, from) &&
+            !walk.consider(from, static_cast<int64_t>(kMaxChainDistance - fromOldest))) {
+            return false;
+        }
+        walk.candidate = next;
+        // The link of position 0 is 0 where nothing was: going round there finds nothing new.
+        return next != candidate;
+    }
+
+    template <class AnyWalk>
+    [[gnu::always_inline]] void finish(AnyWalk& walk, int attempts) const noexcept {
+        for (; attempts > 0 && step(walk); --attempts) {
         }
     }
 
+    // Enters the positions in front of `p`.
     [[gnu::always_inline]] void enterUpTo(const uint8_t* p) noexcept {
         for (; cursor_ < p; ++cursor_) {
-            const int64_t position = cursor_ - bytes_.base;
+            const auto position = static_cast<uint64_t>(cursor_ - bytes_.base);
             uint8_t* const head = tables_.head(cursor_);
             store32(tables_.link(position), load32(head));
             store32(head, static_cast<uint32_t>(position));

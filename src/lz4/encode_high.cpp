@@ -145,7 +145,7 @@ class Parser {
     // The longest match that contains the byte `overlap` bytes before the end of one, if longer than that one.
     [[gnu::always_inline]] Match searchBefore(const Match& match, int64_t overlap) noexcept {
         if (match.end() >= searchEnd_) return {};
-        return search_.longer(match.end() - overlap, match.at, match.length);
+        return search_.longer(match, overlap);
     }
 
     [[gnu::always_inline]] bool put(const Match& match) noexcept {

@@ -69,11 +69,13 @@ struct PrefixHistory {
     [[nodiscard]] Extender extender() const noexcept { return Extender(base); }
 };
 
-// The history lies elsewhere; its end stands where the source begins.
-struct SeparateHistory {
-    // A match may not begin where fewer bytes of the dictionary follow than are compared at once.
-    static constexpr int64_t kLeastRest = 8;
+// A match may not begin where fewer bytes of a separate dictionary follow than are compared at once.
+constexpr int64_t kLeastDictionaryRest = 8;
 
+// The history lies elsewhere; its end stands where the source begins. With `kAllUsable` a match may begin at every
+// candidate of the dictionary.
+template <bool kAllUsable>
+struct SeparateHistory {
     const uint8_t* base;        // of the source's positions
     const uint8_t* dictionary;  // of the dictionary's positions
     const uint8_t* source;
@@ -89,7 +91,7 @@ struct SeparateHistory {
           dictionaryEnd(pDict + dictSize),
           srcIdx(index),
           first(index - dictSize),
-          usable(static_cast<uint64_t>(std::max<int64_t>(0, dictSize - kLeastRest + 1))) {}
+          usable(static_cast<uint64_t>(std::max<int64_t>(0, dictSize - kLeastDictionaryRest + 1))) {}
 
     [[gnu::always_inline]] int64_t position(const uint8_t* p) const noexcept { return p - base; }
 
@@ -103,11 +105,12 @@ struct SeparateHistory {
     // Which side a candidate lies on cannot be predicted, so that there is no branch on it: the bytes of a candidate
     // that must not be used are taken from the source's beginning, and the comparison does not count.
     [[gnu::always_inline]] bool equalFour(const uint8_t* p, int64_t candidate) const noexcept {
-        const uint8_t* from = isUsable(candidate) ? dictionary + candidate : source;
-        from = isInSource(candidate) ? base + candidate : from;
+        const uint8_t* from = (isInSource(candidate) ? base : dictionary) + candidate;
+        if constexpr (!kAllUsable) from = isInSource(candidate) || isUsable(candidate) ? from : source;
         if (load32(from) != load32(p)) [[likely]]
             return false;
-        return (isInSource(candidate) || isUsable(candidate)) && candidate + int64_t{kMaxOffset} >= position(p);
+        return (kAllUsable || isInSource(candidate) || isUsable(candidate)) &&
+               candidate + int64_t{kMaxOffset} >= position(p);
     }
 
     // A match never runs from the dictionary on into the source.

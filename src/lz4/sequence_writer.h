@@ -168,11 +168,12 @@ struct StrictWriter {
     // Writes one sequence; false, and nothing, if it does not fit.
     [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
         const bool copiesInside = static_cast<int64_t>(count + kLiteralUnit) <= sourceEnd - literals;
-        if (copiesInside && isAmple(end - op, count, extra)) [[likely]] {
-            op = writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra);
-            return true;
-        }
-        return putNearEnd(literals, count, offset, extra);
+        uint8_t* const next = copiesInside && isAmple(end - op, count, extra)
+                                  ? writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra)
+                                  : writeNearEnd(op, end, literals, count, offset, extra);
+        if (next == nullptr) return false;
+        op = next;
+        return true;
     }
 
     // Writes the rest of the source as literals; false, and nothing, if they do not fit.
@@ -183,12 +184,13 @@ struct StrictWriter {
     }
 
   private:
-    [[gnu::noinline, gnu::cold]] bool putNearEnd(const uint8_t* literals, uint64_t count, uint64_t offset,
-                                                 uint64_t extra) noexcept {
+    // Returns where the sequence ends, or null if it does not fit.
+    [[gnu::noinline, gnu::cold]] static uint8_t* writeNearEnd(uint8_t* op, const uint8_t* end, const uint8_t* literals,
+                                                              uint64_t count, uint64_t offset,
+                                                              uint64_t extra) noexcept {
         const uint64_t length = 1 + extensionLength(count) + count + 2 + extensionLength(extra);
-        if (length > static_cast<uint64_t>(end - op)) return false;
-        op = writeSequence<Literals::Exactly>(op, literals, count, offset, extra);
-        return true;
+        if (length > static_cast<uint64_t>(end - op)) return nullptr;
+        return writeSequence<Literals::Exactly>(op, literals, count, offset, extra);
     }
 };
 

@@ -144,7 +144,10 @@ void JobRunner::compress(InputFile& input, OutputFile& output, const Format& for
     EncodeSettings settings{.level = options_.level == 0 ? format.description().defaultLevel : options_.level,
                             .acceleration = options_.acceleration,
                             .threads = options_.threads,
-                            .source = input.info()};
+                            .source = input.info(),
+                            .storeName = options_.storeName,
+                            .overwrite = options_.force,
+                            .tell = [this](const std::string& text) { messages_.line(text); }};
     if (dictionary_) settings.dictionary = bytesOf(*dictionary_);
     format.encode(input.source(), output.sink(), settings);
 }

@@ -46,7 +46,7 @@ std::string versionText() {
 }
 
 std::string levelsText(const FormatDescription& format) {
-    std::string text = "1-9";
+    std::string text = format.hasLevels ? "1-9" : "-";
     if (format.hasFast) text += ", fast";
     return text;
 }
@@ -100,6 +100,9 @@ void checkConsistency(const Options& options) {
     if (options.recover && options.format != nullptr && !options.format->description().canRecover) {
         throw UsageError("the format " + std::string(options.format->description().name) + " has no --recover");
     }
+    if (options.level != 0 && options.format != nullptr && !options.format->description().hasLevels) {
+        throw UsageError("the format " + std::string(options.format->description().name) + " has no levels");
+    }
     if (options.acceleration != 0 && options.format != nullptr && !options.format->description().hasFast) {
         throw UsageError("the format " + std::string(options.format->description().name) + " has no --fast");
     }
@@ -146,6 +149,9 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_flag("--fast{1}", options.acceleration, "faster and larger; N from 1 (default) upwards")
         ->type_name("[=N]")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+        ->group(group);
+    app.add_flag("-n{false},--no-name{false}", options.storeName,
+                 "store neither name nor time of the file (gzip, lzo)")
         ->group(group);
     app.add_option("-D,--dictionary", options.dictionary, "dictionary, for data compressed with one")
         ->type_name("FILE")

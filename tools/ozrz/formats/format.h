@@ -6,6 +6,7 @@
 
 #include <ctime>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,12 @@ struct SourceInfo {
     std::string name{};               // of the file, without directories; empty for standard input
     std::optional<uint64_t> size{};   // of a regular file
     std::optional<timespec> mtime{};  // of a regular file
+
+    // The time as a field of 32 bits holds it: seconds since 1970, 0 if it is not known or does not fit.
+    uint32_t storableTime() const {
+        const time_t seconds = mtime ? mtime->tv_sec : 0;
+        return seconds > 0 && seconds <= std::numeric_limits<uint32_t>::max() ? static_cast<uint32_t>(seconds) : 0;
+    }
 };
 
 struct EncodeSettings {
@@ -34,6 +41,10 @@ struct EncodeSettings {
     unsigned threads = 1;
     std::optional<Bytes> dictionary{};
     SourceInfo source{};
+    bool storeName = true;   // and time, in formats that can
+    bool overwrite = false;  // files that a format writes besides
+    // Takes what was asked to be told of the result, line by line.
+    std::function<void(const std::string&)> tell = [](const std::string&) {};
 };
 
 struct DecodeSettings {
@@ -74,6 +85,7 @@ struct FormatDescription {
     // Those of the levels 1 to 9 that differ in their results, for the benchmark; every level is accepted.
     std::vector<int> distinctLevels{};
     std::vector<int> distinctAccelerations{};  // the same of --fast; others are accepted too
+    bool hasLevels = true;
     bool hasFast = false;
     bool hasDictionaries = false;
     bool canRecover = false;

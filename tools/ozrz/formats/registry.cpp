@@ -5,6 +5,8 @@
 #include "formats/deflate/format.h"
 #include "formats/gzip/format.h"
 #include "formats/lz4/format.h"
+#include "formats/lzo/format.h"
+#include "formats/zfp/format.h"
 #include "formats/zlib/format.h"
 
 namespace ozrz {
@@ -14,6 +16,8 @@ Registry::Registry() {
     formats_.push_back(makeLz4Format());
     formats_.push_back(makeGzipFormat());
     formats_.push_back(makeBzip2Format());
+    formats_.push_back(makeZfpFormat());
+    formats_.push_back(makeLzoFormat());
     formats_.push_back(makeZlibFormat());
     formats_.push_back(makeDeflateFormat());
 }

@@ -23,6 +23,7 @@ struct Options {
     bool force = false;
     bool recover = false;            // of damaged files, what is intact
     const Format* format = nullptr;  // named by -F
+    bool storeName = true;           // of the source, and its time, in formats that can
     int level = 0;                   // 0: the format's default
     int acceleration = 0;            // 0: --fast was not given
     unsigned threads = 1;

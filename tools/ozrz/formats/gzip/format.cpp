@@ -1,9 +1,7 @@
-// gzip as a format of the command: name, suffixes, options.
+// gzip as a format of the command: name, suffixes.
 #include "formats/gzip/format.h"
 
-#include <CLI/CLI.hpp>
 #include <iterator>
-#include <limits>
 
 #include "error.h"
 #include "formats/deflate/chunk_encoder.h"
@@ -54,11 +52,6 @@ class GzipFormat final : public Format {
   public:
     const FormatDescription& description() const override { return description_; }
 
-    void addOptions(CLI::App& app) override {
-        app.add_flag("-n{false},--no-name{false}", storeName_, "store neither name nor time of the file")
-            ->group("Options for gzip");
-    }
-
     bool recognizes(Bytes head) const override {
         return head.size() >= 2 && head[0] == gzip::kMagic0 && head[1] == gzip::kMagic1;
     }
@@ -83,9 +76,9 @@ class GzipFormat final : public Format {
     void encode(Source& source, Sink& sink, const EncodeSettings& settings) const override {
         if (settings.dictionary) throw UsageError("gzip files cannot tell that they need a dictionary; zlib files can");
         gzip::Header header{.extraFlags = extraFlags(settings), .system = gzip::kUnix};
-        if (storeName_) {
+        if (settings.storeName) {
             if (!settings.source.name.empty()) header.name = settings.source.name;
-            if (settings.source.mtime) header.mtime = storedTime(settings.source.mtime->tv_sec);
+            header.mtime = settings.source.storableTime();
         }
         sink.write(gzip::serialize(header));
         uint32_t crc = 0;
@@ -113,11 +106,6 @@ class GzipFormat final : public Format {
     }
 
   private:
-    // Times that the field cannot hold are as if not known.
-    static uint32_t storedTime(time_t seconds) {
-        return seconds > 0 && seconds <= std::numeric_limits<uint32_t>::max() ? static_cast<uint32_t>(seconds) : 0;
-    }
-
     const FormatDescription description_{
         .name = "gzip",
         .summary = "gzip files: good ratio, read everywhere",
@@ -126,7 +114,6 @@ class GzipFormat final : public Format {
         .distinctLevels = {std::begin(deflate::kLevels), std::end(deflate::kLevels)},
         .distinctAccelerations = {std::begin(deflate::kAccelerations), std::end(deflate::kAccelerations)},
         .hasFast = true};
-    bool storeName_ = true;
 };
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "core/arguments.h"
 #include "core/entry_points.h"
 #include "core/match_length.h"
+#include "core/opaque.h"
 #include "lzo/container.h"
 #include "lzo/format.h"
 #include "lzo/instruction_writer.h"
@@ -39,70 +40,107 @@ constexpr bool isSearched(const Source stretch) noexcept {
     return stretch.length() > kFirstSearched + Search::kMargin;
 }
 
-// Writes the matches of a stretch of the source, and the literals in front of them, from `literals` on. `literals`
-// moves on to those behind the last match. False if the destination has no room for an instruction.
+// Bytes of a match that are known to be equal when its end is looked for further on: the four that were found, and the
+// eight that are compared at once behind them.
+constexpr int64_t kKnownEqual = kMinMatch + 8;
+static_assert(kKnownEqual <= ThoroughSearch<uint32_t>::kMargin && kKnownEqual <= SteppedSearch::kMargin);
+
+// The end of a match of at least that length. Out of line: the few registers are for the shorter ones.
+[[gnu::noinline]] int64_t endOfLongMatch(const uint8_t* base, int64_t position, int64_t candidate,
+                                         int64_t end) noexcept {
+    position += kKnownEqual;
+    return position + getboundlong(base + position, base, candidate + kKnownEqual, end - position);
+}
+
+// Writes the matches of a stretch of the source, and the literals in front of them, from `literals` on, which moves on
+// to those behind the last match. False if the destination has no room for an instruction.
+//
+// What bounds the speed is the way from one match to the next: load four bytes, hash, look up, load the candidate,
+// compare, and add the length. Everything else is kept off it. While a match is being extended, the candidates of the
+// positions where it is likely to end are prefetched; and where it ends is known before it is written.
 template <class Search>
 [[gnu::always_inline]] inline bool encodeMatches(const Source stretch, Search& search, InstructionWriter& writer,
                                                  const uint8_t*& literals) noexcept {
-    const uint8_t* const searchEnd = stretch.end - Search::kMargin;
-    const uint8_t* p = stretch.begin + kFirstSearched;
-    while (p < searchEnd) {
-        const int64_t position = p - stretch.begin;
-        const uint32_t word = load32(p);
-        const int64_t candidate = search.dictionary.exchange(word, position);
-        if (load32(stretch.begin + candidate) != word || !search.reaches(position, candidate)) {
-            p += search.stepAfterMiss();
-            continue;
+    constexpr int64_t kPrefetched = 3;
+    const uint8_t* const base = stretch.begin;
+    const int64_t searchEnd = stretch.length() - Search::kMargin;
+    int64_t position = kFirstSearched;
+    const uint8_t* firstLiteral = literals;
+    bool whole = true;
+    while (position < searchEnd) {
+        // Right behind a match there mostly is another.
+        int64_t candidate;
+        bool found = search.template find<Expectation::Match>(base, position, candidate);
+        while (!found) {
+            position += search.stepAfterMiss();
+            if (position >= searchEnd) break;
+            found = search.template find<Expectation::Miss>(base, position, candidate);
         }
-        const uint8_t* const compared = p + kMinMatch;
-        const int64_t extra = getboundlong(compared, stretch.begin + kMinMatch, candidate, stretch.end - compared);
-        if (!writer.put(literals, static_cast<uint64_t>(p - literals), static_cast<uint64_t>(position - candidate),
-                        static_cast<uint64_t>(kMinMatch + extra))) {
-            return false;
-        }
-        p = compared + extra;
-        literals = p;
+        if (!found) break;
         search.foundMatch();
+
+        const uint8_t* const match = base + position;
+        for (int64_t i = 0; i < kPrefetched; ++i) search.prefetch(base, position + kMinMatch + i);
+        int64_t next = position + kMinMatch;
+        if (const uint64_t difference = load64(base + next) ^ load64(base + candidate + kMinMatch)) [[likely]] {
+            next += ozrdc::detail::equalBytes(difference);
+        } else {
+            next = endOfLongMatch(base, position, candidate, stretch.length());
+        }
+        next = opaque(next);
+        whole = writer.put(firstLiteral, static_cast<uint64_t>(match - firstLiteral),
+                           static_cast<uint64_t>(position - candidate), static_cast<uint64_t>(next - position));
+        if (!whole) break;
+        position = next;
+        firstLiteral = base + next;
     }
-    return true;
+    literals = firstLiteral;
+    return whole;
 }
 
 // The matches of the standard compressor: the source as a whole.
-[[gnu::noinline]] bool ownEncodeLZO1X_opt(const Source src, InstructionWriter& writer, uint8_t* scratch,
+template <class Entry>
+[[gnu::noinline]] void ownEncodeLZO1X_opt(const Source src, InstructionWriter& writer, uint8_t* scratch,
                                           const uint8_t*& literals) noexcept {
-    ThoroughSearch search{{scratch}};
+    ThoroughSearch<Entry> search{{scratch}};
     search.dictionary.clear();
     // A copy, so that it can stay in registers.
     InstructionWriter local = writer;
-    const bool whole = encodeMatches(src, search, local, literals);
+    encodeMatches(src, search, local, literals);
     writer = local;
-    return whole;
 }
 
 // The standard compressor: everything but the end marker. What does not fit is cut off.
 Status ownEncodeLZO1X(const Source src, InstructionWriter& writer, uint8_t* scratch) noexcept {
+    using Short = ThoroughSearch<uint16_t>;
     const uint8_t* literals = src.begin;
-    if (isSearched<ThoroughSearch>(src)) ownEncodeLZO1X_opt(src, writer, scratch, literals);
+    if (isSearched<Short>(src)) {
+        if (src.length() <= Short::kShortSource) {
+            ownEncodeLZO1X_opt<uint16_t>(src, writer, scratch, literals);
+        } else {
+            ownEncodeLZO1X_opt<uint32_t>(src, writer, scratch, literals);
+        }
+    }
     const auto rest = static_cast<uint64_t>(src.end - literals);
     const uint64_t fitting = writer.fitting(literals, rest);
     writer.putLastRun(literals, fitting);
     return fitting == rest ? StatusOk : StatusDestinationFull;
 }
 
-// The matches of the fast compressor: chunk by chunk.
+// The matches of the fast compressor: chunk by chunk. False if the destination has no room.
 [[gnu::noinline]] bool ownEncodeLZO1X1_opt(const Source src, InstructionWriter& writer, uint8_t* scratch,
                                            const uint8_t*& literals) noexcept {
     SteppedSearch search{{scratch}};
     InstructionWriter local = writer;
     bool whole = true;
     for (const uint8_t* p = src.begin; whole && p < src.end;) {
-        const int64_t length = std::min(SteppedSearch::kChunk, src.end - p);
-        whole = static_cast<uint64_t>(length + length / 128 + 4) <= local.room();
-        if (whole && isSearched<SteppedSearch>({p, p + length})) {
+        const Source chunk{p, p + std::min(SteppedSearch::kChunk, src.end - p)};
+        whole = static_cast<uint64_t>(chunk.length() + chunk.length() / 128 + 4) <= local.room();
+        if (whole && isSearched<SteppedSearch>(chunk)) {
             search.dictionary.clear();
-            whole = encodeMatches(Source{p, p + length}, search, local, literals);
+            whole = encodeMatches(chunk, search, local, literals);
         }
-        p += length;
+        p = chunk.end;
     }
     writer = local;
     return whole;

@@ -1,12 +1,13 @@
 // Writes the instructions of an LZO1X stream into a destination of any size.
 //
-// No formula of the source's length bounds a stream tightly enough to be relied on: 19 literals and a far match of 4
-// bytes make 24 bytes out of 23, again and again. So every instruction is held against the room that is left. That is
-// one comparison for instructions of ordinary length, which are then written in whole units; near the end of either
-// buffer, and for long ones, the exact length is computed and nothing is written or read outside it.
+// No usual formula of the source's length bounds a stream: 19 literals and a far match of 4 bytes make 24 bytes out of
+// 23, again and again. So every instruction is held against the room that is left. For plain ones that is a comparison
+// with a limit, and they are then written in whole units; for others, and near the end of either buffer, the exact
+// length is computed, and nothing is written or read outside it.
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -42,14 +43,10 @@ enum class FirstByte : bool { Plain, Count };
 
 // --- Writing ---
 
+// A decoder takes zeros until a byte that is not 0: the last byte is from 1 to 255.
 [[gnu::always_inline]] inline uint8_t* writeExtension(uint8_t* op, uint64_t rest) noexcept {
-    const uint64_t zeros = extensionSize(rest) - 1;
-    // A decoder takes zeros until a byte that is not 0: the last byte is from 1 to 255.
-    if (zeros > 0) [[unlikely]] {
-        std::memset(op, 0, zeros);
-        op += zeros;
-    }
-    *op++ = static_cast<uint8_t>(rest - zeros * kExtensionZero);
+    for (; rest > kExtensionZero; rest -= kExtensionZero) *op++ = 0;
+    *op++ = static_cast<uint8_t>(rest);
     return op;
 }
 
@@ -106,21 +103,18 @@ class InstructionWriter {
     // Writes literals and a match. False, and nothing is written, if there is no room for both.
     [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t distance,
                                     uint64_t length) noexcept {
-        const auto n = static_cast<int64_t>(count);
-        if ((count | length) < kOrdinary && n <= end_ - op_ - kAmple && n <= sourceEnd_ - literals - kOverrun)
+        if (count <= kUnit && length <= matchClass(distance).longest && op_ <= plainEnd_ && literals <= plainSourceEnd_)
             [[likely]] {
-            op_ = writeRunHeader(op_, count, firstByte(literals, count));
-            uint64_t done = 0;
-            do {
-                copyBlock<kUnit>(op_ + done, literals + done);
-                done += kUnit;
-            } while (done < count);
-            op_ = writeMatch(op_ + count, distance, length);
+            op_ = putPlain(op_, literals, count, distance, length);
             return true;
         }
-        uint8_t* const end = putExactly(op_, end_, firstByte(literals, count), literals, count, distance, length);
+        uint8_t* const end = putAny(*this, literals, count, distance, length);
         if (end == nullptr) return false;
         op_ = end;
+        if (plainEnd_ == nullptr && room() >= kPlainRoom && sourceEnd_ - literals >= int64_t{kUnit}) {
+            plainEnd_ = end_ - kPlainRoom;
+            plainSourceEnd_ = sourceEnd_ - kUnit;
+        }
         return true;
     }
 
@@ -131,7 +125,8 @@ class InstructionWriter {
             return size > room() ? size - room() : 0;
         };
         count = std::min(count, room());
-        // A literal less makes the run two bytes shorter at most: half of the excess is never too much.
+        // Of an excess of one, a literal less is enough; and each literal less takes off two bytes at most. So half of
+        // the excess is never too much.
         while (const uint64_t over = excess(count)) count -= (over + 1) / 2;
         return count;
     }
@@ -153,40 +148,106 @@ class InstructionWriter {
     }
 
   private:
-    // Literals are copied in units of so many bytes, one at least, which pass their end by no more than one unit.
+    // Most instructions are plain: few literals, copied as one unit, and a match without an extension.
     static constexpr uint64_t kUnit = 16;
-    static constexpr int64_t kOverrun = kUnit;
+    static_assert(kUnit <= kPlainRunMax);
+    // What is written of them at most: a header, a unit, of which the literals may be all, and a match as a 32-bit
+    // word.
+    static constexpr uint64_t kPlainRoom = 1 + kUnit + 4;
 
-    // Room that is enough for any instructions of ordinary length, literals apart.
-    static constexpr uint64_t kOrdinary = 4096;
-    static constexpr int64_t kAmple =
-        static_cast<int64_t>(runHeaderSize(kOrdinary, FirstByte::Plain) + matchSize(kDistanceMax, kOrdinary)) +
-        kOverrun;
+    // How a run of so many literals behind a match is told: in the two low bits of the match, or by a byte of its own.
+    struct RunHeader {
+        uint8_t bits;
+        uint8_t size;
+    };
+    static constexpr auto kRunHeaders = [] {
+        std::array<RunHeader, kUnit + 1> headers{};
+        for (unsigned count = 0; count <= kUnit; ++count) {
+            headers[count] = count <= kFewLiterals ? RunHeader{static_cast<uint8_t>(count), 0} : RunHeader{0, 1};
+        }
+        return headers;
+    }();
+
+    // A match that is not short, as a word: the part that its class gives, to which the length and the lower bits of
+    // the distance are added, and the longest match of the class without an extension.
+    struct MatchClass {
+        uint32_t word;
+        uint32_t longest;
+    };
+    static constexpr unsigned kLowerBits = 14;
+    static constexpr unsigned kLowerShift = 10;
+    static constexpr std::array<MatchClass, 3> kMatchClasses{{
+        {kMiddleClass - kLengthBias, kMiddleLengthMask + kLengthBias},
+        // Long matches count from a distance that is one less.
+        {kLongClass - kLengthBias + (1U << kLowerShift), kLongLengthMask + kLengthBias},
+        {(kLongClass | kLongDistanceBit) - kLengthBias + (1U << kLowerShift), kLongLengthMask + kLengthBias},
+    }};
+    static_assert((kDistanceMax - 1) >> kLowerBits < kMatchClasses.size());
+    // The one distance where that one carries into the upper bits.
+    static constexpr uint64_t kCarryingDistance = 2U << kLowerBits;
+
+    [[gnu::always_inline]] static const MatchClass& matchClass(uint64_t distance) noexcept {
+        return kMatchClasses[(distance - 1) >> kLowerBits];
+    }
+
+    // Which of the forms the header and the match take cannot be predicted: both are chosen without a branch.
+    [[gnu::always_inline]] static uint8_t* putPlain(uint8_t* op, const uint8_t* literals, uint64_t count,
+                                                    uint64_t distance, uint64_t length) noexcept {
+        const RunHeader header = kRunHeaders[count];
+        op[-2] |= header.bits;
+        *op = static_cast<uint8_t>(count - kRunBias);
+        op += header.size;
+        copyBlock<kUnit>(op, literals);
+        op += count;
+        if (distance == kCarryingDistance) [[unlikely]]
+            return putCarryingMatch(op, length);
+        const uint64_t coded = distance - 1;
+        const uint64_t lower = coded & ((1U << kLowerBits) - 1);
+        const auto shortWord = static_cast<uint32_t>(((length - 1) << 5) + (coded & 7) * 4 + (coded >> 3 << 8));
+        const auto otherWord = static_cast<uint32_t>(matchClass(distance).word + length + (lower << kLowerShift));
+        const auto isOther = opaque<uint32_t>((distance > kShortDistanceMax) | (length > kShortLengthMax));
+        store32(op, shortWord ^ ((shortWord ^ otherWord) & (0 - isOther)));
+        return op + 2 + isOther;
+    }
+
+    [[gnu::noinline, gnu::cold]] static uint8_t* putCarryingMatch(uint8_t* op, uint64_t length) noexcept {
+        return writeMatch(op, kCarryingDistance, length);
+    }
+
+    // Any literals and match; returns where they end, or null if there is no room. Out of line, so that the registers
+    // are for the plain ones.
+    [[gnu::noinline, gnu::cold]] static uint8_t* putAny(const InstructionWriter writer, const uint8_t* literals,
+                                                        uint64_t count, uint64_t distance, uint64_t length) noexcept {
+        uint8_t* op = writer.op_;
+        const FirstByte firstByte = writer.firstByte(literals, count);
+        const uint64_t size = runHeaderSize(count, firstByte) + count + matchSize(distance, length);
+        if (size > writer.room()) return nullptr;
+        const bool roomForUnits = writer.room() - size >= kUnit;
+        op = writeRunHeader(op, count, firstByte);
+        if (roomForUnits && static_cast<uint64_t>(writer.sourceEnd_ - literals) >= count + kUnit) {
+            for (uint64_t done = 0; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
+        } else {
+            std::memcpy(op, literals, count);
+        }
+        return writeMatch(op + count, distance, length);
+    }
 
     // A stream whose first byte says 68 literals could be taken for a container, if the literals look like the rest of
     // its header. Such a run is written in the plain form, one byte longer, so that every stream decodes to its source.
-    [[gnu::always_inline]] FirstByte firstByte(const uint8_t* literals, uint64_t count) const noexcept {
-        if (op_ != begin_) [[likely]]
-            return FirstByte::Plain;
+    [[nodiscard]] FirstByte firstByte(const uint8_t* literals, uint64_t count) const noexcept {
+        if (op_ != begin_) return FirstByte::Plain;
         const bool mistakable = count + kFirstRunBias == kContainerMark && isPartCount(literals[0], literals[1]);
         return mistakable ? FirstByte::Plain : FirstByte::Count;
-    }
-
-    // Out of line, because it runs a few times a stream at most. Null if there is no room.
-    [[gnu::noinline, gnu::cold]] static uint8_t* putExactly(uint8_t* op, const uint8_t* end, FirstByte firstByte,
-                                                            const uint8_t* literals, uint64_t count, uint64_t distance,
-                                                            uint64_t length) noexcept {
-        const uint64_t size = runHeaderSize(count, firstByte) + count + matchSize(distance, length);
-        if (size > static_cast<uint64_t>(end - op)) return nullptr;
-        op = writeRunHeader(op, count, firstByte);
-        std::memcpy(op, literals, count);
-        return writeMatch(op + count, distance, length);
     }
 
     uint8_t* op_;
     uint8_t* begin_;
     uint8_t* end_;
     const uint8_t* sourceEnd_;
+    // Up to where plain instructions may be written, and their literals taken. Nowhere at first: in front of a stream's
+    // first instruction there is no match that could tell the number of literals.
+    uint8_t* plainEnd_ = nullptr;
+    const uint8_t* plainSourceEnd_ = nullptr;
 };
 
 }  // namespace ozrdc::lzo

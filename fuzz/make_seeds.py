@@ -85,6 +85,51 @@ for name, source in SOURCES.items():
     write("checksum", name, struct.pack("<IIB", 1, 0, 0) + source)
     write("checksum", f"{name}_repeated", struct.pack("<IIB", 2, 0xFFFFFFFF, 250) + source)
 
+# --- LZO1X streams and sources ----------------------------------------------------------------------------------------
+
+
+def lzo_extension(rest):
+    return b"\0" * ((rest - 1) // 255) + bytes([(rest - 1) % 255 + 1])
+
+
+def lzo_run(count):
+    return (bytes([count - 3]) if count <= 18 else b"\0" + lzo_extension(count - 18)) + literals(count)
+
+
+def lzo_first(count):
+    return bytes([count + 17]) + literals(count)
+
+
+def lzo_short(distance, length, behind=0):
+    return bytes([(length - 1) * 32 + (distance - 1) % 8 * 4 + behind, (distance - 1) // 8]) + literals(behind)
+
+
+def lzo_other(distance, length, behind=0):
+    first, largest, base = (32, 33, 1) if distance <= 16384 else (16, 9, 16384) if distance < 32768 else (24, 9, 32768)
+    head = bytes([first + length - 2]) if length <= largest else bytes([first]) + lzo_extension(length - largest)
+    return head + struct.pack("<H", (distance - base) * 4 + behind) + literals(behind)
+
+
+LZO_END = b"\x11\0\0"
+LZO_STREAMS = {
+    "first": lzo_first(30) + lzo_short(5, 8, 1) + LZO_END,
+    "runs": lzo_run(40) + lzo_short(1, 3) + lzo_run(300) + lzo_short(9, 4) + lzo_run(5) + LZO_END,
+    "matches": lzo_run(100) + b"".join(lzo_short(d, 3 + d % 6) for d in range(1, 20)) + lzo_other(70, 200, 3) + LZO_END,
+    "far": lzo_run(20000) + lzo_other(16500, 9, 2) + lzo_other(20000, 400) + LZO_END,
+    "two_and_three_bytes": lzo_run(3000) + b"\x05\x20" + literals(1) + b"\x04\x08" + lzo_run(4) + b"\x03\x01" + literals(3),
+    "concatenated": (lzo_first(9) + LZO_END) * 3 + b"\x11" + lzo_run(30) + LZO_END + LZO_END,
+    "unfinished": lzo_first(50) + lzo_other(5, 40),
+    "zeros": lzo_first(9) + bytes(100),
+    "container": bytes([0x55, 2, 0x57]) + struct.pack("<II", 11, 9) + lzo_first(5) + LZO_END + lzo_first(6) + LZO_END,
+    "container_of_one": bytes([0x55, 1, 0x54]) + struct.pack("<I", 98) + lzo_first(8) + lzo_other(7, 90) + LZO_END,
+}
+for name, stream in LZO_STREAMS.items():
+    write("lzo_decode", name, struct.pack("<H", 30000) + stream)
+    write("lzo_decode", f"{name}_tight", struct.pack("<H", 340) + stream)
+for name, source in SOURCES.items():
+    write("lzo_encode", name, struct.pack("<HBB", 100, 3, 0) + source)
+    write("lzo_encode", f"{name}_repeated", struct.pack("<HBB", 3000, 31, 250) + source)
+
 # --- Deflate streams --------------------------------------------------------------------------------------------------
 
 

@@ -78,6 +78,12 @@ TEST_F(Help, NamesEveryOption) {
                                "--block-checksum",
                                "--no-check",
                                "--content-size",
+                               "--dims",
+                               "--rate",
+                               "--precision",
+                               "--accuracy",
+                               "--stats",
+                               "--plot",
                                "-v,",
                                "-q,",
                                "--no-progress",
@@ -103,7 +109,7 @@ TEST_F(Help, VersionShowsTheLibrarysRecord) {
 TEST_F(Help, FormatsShowsNamesAndSuffixes) {
     const std::string formats = ozrz({"--formats"}).out;
     for (const char* row :
-         {"lz4       .lz4", "gzip      .gz", "bzip2     .bz2", "zlib      .zz", "deflate   .deflate"}) {
+         {"lz4       .lz4", "gzip      .gz", "bzip2     .bz2", "zlib      .zz", "zfp       .zfp", "deflate   .deflate"}) {
         EXPECT_THAT(formats, HasSubstr(row));
     }
 }
@@ -115,6 +121,7 @@ TEST_F(Help, WrongOptionsAreErrors) {
                                   {"-T", "-1"},
                                   {"-B3"},
                                   {"-B8"},
+                                  {"-BX"},
                                   {"--block-size=5M"},
                                   {"--fast=0"},
                                   {"--fast=x"},

@@ -57,10 +57,9 @@ void report(const EncodeSettings& settings, const Header& header, uint64_t compr
     }
 }
 
-void writePlot(const std::string& path, const std::string& drawing, bool overwrite) {
-    const auto file = openFile(path, {}, [overwrite](const std::string&) { return overwrite; });
-    file->sink().write({reinterpret_cast<const uint8_t*>(drawing.data()), drawing.size()});
-    file->commit(nullptr, false);
+void writeText(OutputFile& file, const std::string& text) {
+    file.sink().write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    file.commit(nullptr, false);
 }
 
 }  // namespace
@@ -75,6 +74,10 @@ void encode(Source& source, Sink& sink, const VolumeOptions& options, const Enco
         refuseSize(countText(*settings.source.size, "byte"), dims);
     }
 
+    // Opened before the work, in case it cannot be.
+    std::unique_ptr<OutputFile> plot;
+    if (options.plot) plot = openFile(*options.plot, {}, [&](const std::string&) { return settings.overwrite; });
+
     const uint64_t before = sink.written();
     BitJoiner joiner(sink);
     writeHeader(joiner, header);
@@ -83,7 +86,7 @@ void encode(Source& source, Sink& sink, const VolumeOptions& options, const Enco
     const unsigned threads = pieces.count() == 1 ? 1 : settings.threads;
     std::vector<std::unique_ptr<Slot>> slots(pipelineSlots(threads));
     for (auto& slot : slots) slot = std::make_unique<Slot>();
-    const bool compare = options.statistics || options.plot;
+    const bool compare = options.statistics || plot;
     Statistics statistics;
     MiddleSlice slice(dims);
     uint64_t next = 0;
@@ -103,7 +106,7 @@ void encode(Source& source, Sink& sink, const VolumeOptions& options, const Enco
         joiner.append({slot.stream.data(), slot.stream.size()}, slot.bits);
         if (!compare) return;
         statistics.add(slot.statistics);
-        if (options.plot) slice.take(slot.plain.span(), slot.restored.span());
+        if (plot) slice.take(slot.plain.span(), slot.restored.span());
     };
     runPipeline(threads, slots.size(), {read, work, write});
     if (!source.peek(1).empty()) refuseSize("more", dims);
@@ -111,12 +114,12 @@ void encode(Source& source, Sink& sink, const VolumeOptions& options, const Enco
 
     const uint64_t compressed = sink.written() - before;
     if (options.statistics) report(settings, header, compressed, statistics);
-    if (options.plot) {
+    if (plot) {
         const std::string name = settings.source.name.empty() ? "standard input" : settings.source.name;
         const std::string about = dims.text() + ", slice z = " + std::to_string(slice.z()) + "; " +
                                   describe(header.parameters) + ", " + ratioText(compressed, dims) + "; " +
                                   errorText(statistics);
-        writePlot(*options.plot, drawSlice(slice, name, about), settings.overwrite);
+        writeText(*plot, drawSlice(slice, name, about));
     }
 }
 

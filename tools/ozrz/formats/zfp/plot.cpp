@@ -177,7 +177,7 @@ std::string drawSlice(const MiddleSlice& slice, const std::string& title, const 
         if (std::isfinite(error(i))) mostError = std::max(mostError, std::fabs(error(i)));
     }
     if (values.low > values.high) values = {};
-    const Scale errors{-mostError, mostError};
+    const Scale errors{0 - mostError, mostError};
 
     const auto width = static_cast<double>(slice.width());
     const auto height = static_cast<double>(slice.height());

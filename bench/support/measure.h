@@ -32,6 +32,12 @@ inline void countBytes(benchmark::State& state, size_t bytes) {
     state.SetBytesProcessed(static_cast<int64_t>(bytes) * static_cast<int64_t>(state.iterations()));
 }
 
+inline void countCodec(benchmark::State& state, size_t bytes, size_t compressedBytes) {
+    countBytes(state, bytes);
+    state.counters["compressed"] = static_cast<double>(compressedBytes);
+    state.counters["ratio"] = static_cast<double>(bytes) / static_cast<double>(compressedBytes);
+}
+
 }  // namespace detail
 
 // Registers a measurement of `run()`, which works through `bytes` bytes. Its result keeps the work from being optimized
@@ -61,11 +67,28 @@ void measureCodec(const std::string& primitive, const std::string& implementatio
                                              return;
                                          }
                                      }
-                                     detail::countBytes(state, bytes);
-                                     state.counters["compressed"] = static_cast<double>(compressedBytes);
-                                     state.counters["ratio"] =
-                                         static_cast<double>(bytes) / static_cast<double>(compressedBytes);
+                                     detail::countCodec(state, bytes, compressedBytes);
                                  });
+}
+
+// The same for work that tells its own time, such as a process: `run()` returns the seconds that it took, or 0 if it
+// failed.
+template <typename Run>
+void measureTimedCodec(const std::string& primitive, const std::string& implementation, const std::string& input,
+                       size_t bytes, size_t compressedBytes, Run run) {
+    benchmark::RegisterBenchmark(detail::fullName(primitive, implementation, input).c_str(),
+                                 [bytes, compressedBytes, run = std::move(run)](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         const double seconds = run();
+                                         if (seconds == 0) {
+                                             state.SkipWithError("the codec failed");
+                                             return;
+                                         }
+                                         state.SetIterationTime(seconds);
+                                     }
+                                     detail::countCodec(state, bytes, compressedBytes);
+                                 })
+        ->UseManualTime();
 }
 
 }  // namespace ozrdc::bench

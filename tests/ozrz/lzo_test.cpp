@@ -396,8 +396,8 @@ TEST_F(LzoFiles, ChecksAreThoseAskedFor) {
     };
     EXPECT_EQ(flagsOf({}), bigEndian(0x03000000 | kAdlerOfContent, 4));
     EXPECT_EQ(flagsOf({"--check-data"}), bigEndian(0x03000000 | kAdlerOfContent | kAdlerOfData, 4));
-    EXPECT_EQ(flagsOf({"--crc32"}), bigEndian(0x03000000 | kCrcOfContent, 4));
-    EXPECT_EQ(flagsOf({"--crc32", "--check-data"}), bigEndian(0x03000000 | kCrcOfContent | kCrcOfData, 4));
+    EXPECT_EQ(flagsOf({"--crc"}), bigEndian(0x03000000 | kCrcOfContent, 4));
+    EXPECT_EQ(flagsOf({"--crc", "--check-data"}), bigEndian(0x03000000 | kCrcOfContent | kCrcOfData, 4));
 }
 
 TEST_F(LzoFiles, ListDoesNotDecode) {
@@ -433,9 +433,9 @@ TEST_F(LzopCommand, ReadsWhatIsWrittenHere) {
                                                         {"-1"},
                                                         {"-9", "-T4"},
                                                         {"-n"},
-                                                        {"--crc32"},
+                                                        {"--crc"},
                                                         {"--check-data"},
-                                                        {"--crc32", "--check-data", "-1"}}) {
+                                                        {"--crc", "--check-data", "-1"}}) {
             SCOPED_TRACE(std::string(kind) + " " + ::testing::PrintToString(options));
             std::vector<std::string> arguments = options;
             arguments.insert(arguments.end(), {"-F", "lzo", "-f", "a"});

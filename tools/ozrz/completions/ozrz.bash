@@ -3,12 +3,12 @@
 _ozrz() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local options="-z --compress -d --decompress -t --test -l --list --recover -c --stdout -o --output -f --force
-        -k --keep -N --name --rm -F --format -1 -2 -3 -4 -5 -6 -7 -8 -9 --fast -D --dictionary -T --threads
-        -B --block-size --block-checksum --no-check --content-size -n --no-name --dims --rate --precision --accuracy --stats --plot -v --verbose -q --quiet --no-progress
-        --formats -V --version -h --help"
+        -k --keep -N --name --rm -F --format -1 -2 -3 -4 -5 -6 -7 -8 -9 --fast -n --no-name -D --dictionary -T --threads
+        -B --block-size --block-checksum --no-check --content-size --crc --check-data --dims --rate --precision --accuracy
+        --stats --plot -v --verbose -q --quiet --no-progress --formats -V --version -h --help"
     if [[ ${COMP_WORDS[1]} == bench && $COMP_CWORD -gt 1 ]]; then
         options="-F --format -T --threads --time --csv --json -B --block-size --block-checksum --no-check
-            --content-size -n --no-name --dims --rate --precision --accuracy --stats --plot -h --help"
+            --content-size --crc --check-data --dims --rate --precision --accuracy --stats --plot -h --help"
     fi
 
     # The value of an option: the word behind it, or behind its "=", which bash takes for a word.

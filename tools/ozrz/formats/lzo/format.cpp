@@ -15,7 +15,7 @@ class LzoFormat final : public Format {
 
     void addOptions(CLI::App& app) override {
         const char* group = "Options for lzo";
-        app.add_flag("--crc32", options_.crc, "write CRC-32 checksums rather than Adler-32")->group(group);
+        app.add_flag("--crc", options_.crc, "write CRC-32 checksums rather than Adler-32")->group(group);
         app.add_flag("--check-data", options_.dataChecked, "write checksums of the compressed data too")->group(group);
     }
 

@@ -92,6 +92,4 @@ constexpr int32_t kPhaseLengths = 2;
 
 constexpr int32_t kFirstLength = -1;
 
-inline bool validCount(int32_t bits) noexcept { return bits >= 0 && bits <= kAccumulatorBits; }
-
 }  // namespace ozrdc::bz2

@@ -237,8 +237,6 @@ constexpr ptrdiff_t kGroupMargin = (kGroupSize * kMaxEncodedLength + 7) / 8 + 8;
     at.bits = bits << 1 << (63 - at.pending);
 }
 
-bool validCount(int32_t bits) noexcept { return bits >= 0 && bits <= kAccumulatorBits; }
-
 }  // namespace
 }  // namespace ozrdc::bz2
 
@@ -255,7 +253,7 @@ Status y8_ozrsEncodeHuffGetSize_BZ2_16u8u(int32_t len, int32_t* pSize) noexcept 
 Status y8_ozrsEncodeHuffInit_BZ2_16u8u(int32_t alphaSize, const uint32_t* pFreq, const uint16_t* pSrc, int32_t len,
                                        HuffEncState* pState) noexcept {
     if (anyNull(pFreq, pSrc, pState)) return StatusNullPointer;
-    if (alphaSize < 1 || alphaSize > kMaxAlphabet || len < 1) return StatusSizeError;
+    if (!validAlphabet(alphaSize) || len < 1) return StatusSizeError;
     HuffEncState& state = *pState;
     state.alphaSize = alphaSize;
     state.nSelectors = static_cast<int32_t>(groupsOf(len));

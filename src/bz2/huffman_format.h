@@ -8,6 +8,7 @@ namespace ozrdc::bz2 {
 
 // The alphabet: two digits of zero runs, 255 ranks, the end of the block.
 constexpr int32_t kMaxAlphabet = 258;
+constexpr bool validAlphabet(int32_t symbols) noexcept { return symbols >= 1 && symbols <= kMaxAlphabet; }
 
 constexpr int32_t kMinTables = 2;
 constexpr int32_t kMaxTables = 6;
@@ -28,5 +29,6 @@ constexpr unsigned kMaxEncodedLength = 17;
 
 // Bits that an accumulator holds between calls.
 constexpr int32_t kAccumulatorBits = 32;
+constexpr bool validCount(int32_t bits) noexcept { return bits >= 0 && bits <= kAccumulatorBits; }
 
 }  // namespace ozrdc::bz2

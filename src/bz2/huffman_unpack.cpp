@@ -105,9 +105,11 @@ Status readLengths(HuffDecState& state, BitInput& input) noexcept {
         } else {
             if (input.count() == 1) return StatusSourceExhausted;
             constexpr uint32_t kUp = 0b10;
-            state.length += input.peek(2) == kUp ? 1 : -1;
+            const int32_t length = state.length + (input.peek(2) == kUp ? 1 : -1);
             input.drop(2);
-            if (!validLength(state.length)) return StatusBadCodeTable;
+            // The state keeps to valid lengths: a caller might call again.
+            if (!validLength(length)) return StatusBadCodeTable;
+            state.length = length;
         }
     }
     return StatusOk;
@@ -115,6 +117,8 @@ Status readLengths(HuffDecState& state, BitInput& input) noexcept {
 
 Status readDescription(HuffDecState& state, BitInput& input) noexcept {
     if (state.phase < kPhaseCounts || state.phase > kPhaseLengths) return StatusError;
+    // Memory full of zeros has a phase, too.
+    if (!validAlphabet(state.alphaSize)) return StatusError;
     if (state.phase == kPhaseCounts) {
         if (const Status status = readCounts(state, input)) return status;
         state.phase = kPhaseSelectors;
@@ -149,7 +153,7 @@ Status y8_ozrsDecodeHuffGetSize_BZ2_8u16u(int32_t len, int32_t* pSize) noexcept 
 
 Status y8_ozrsDecodeHuffInit_BZ2_8u16u(int32_t alphaSize, HuffDecState* pState) noexcept {
     if (anyNull(pState)) return StatusNullPointer;
-    if (alphaSize < 1 || alphaSize > kMaxAlphabet) return StatusSizeError;
+    if (!validAlphabet(alphaSize)) return StatusSizeError;
     HuffDecState& state = *pState;
     state.phase = kPhaseCounts;
     state.alphaSize = alphaSize;

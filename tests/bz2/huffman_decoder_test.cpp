@@ -321,12 +321,37 @@ TEST(BlockHuffmanDecoder, InvalidDescriptions) {
 }
 
 TEST(BlockHuffmanDecoder, AStateThatWasNeverPrepared) {
-    Decoder decoder(3, Bits(100, '0'));
-    std::memset(decoder.state(), 0xEE, 9364);
-    EXPECT_EQ(decoder.unpack(kAll), StatusError);
-    Symbols none;
-    EXPECT_EQ(decoder.decode(kAll, 10, none), StatusError);
-    EXPECT_TRUE(none.empty());
+    const Bits valid = Description{{{1, 2, 2}, {2, 2, 1}}, {0, 1}}.bits();
+    for (const int filler : {0x00, 0xEE, 0xFF}) {
+        Decoder decoder(3, valid + Bits(100, '0'));
+        std::memset(decoder.state(), filler, 9364);
+        EXPECT_EQ(decoder.unpack(kAll), StatusError);
+        Symbols none;
+        EXPECT_EQ(decoder.decode(kAll, 10, none), StatusError);
+        EXPECT_TRUE(none.empty());
+    }
+}
+
+// The state is not to be used any more, but a caller that does not heed the error must not leave its tables.
+TEST(BlockHuffmanDecoder, DescriptionsThatGoOnAfterAnErrorDoNoHarm) {
+    const Bits front = numberBits(2, 3) + numberBits(1, 15) + "0" + numberBits(20, 5);
+    const Bits tooLong = front + Bits(64, '0').replace(0, 2, "10");
+    Decoder decoder(258, tooLong + Bits(1000, '0'));
+    ASSERT_EQ(decoder.unpack(kAll), StatusBadCodeTable);
+    // All symbols of the first table get the last valid length; that of the second is 0.
+    EXPECT_EQ(decoder.unpack(kAll), StatusBadCodeTable);
+
+    Random random(59);
+    for (unsigned round = 0; round < 300; ++round) {
+        Bits bits = front;
+        while (bits.size() < 3000) bits += random.oneIn(2) ? Bits(random.below(40), '0') : "10";
+        Decoder other(1 + random.below(258), bits);
+        Symbols symbols;
+        for (unsigned call = 0; call < 20 && other.left() > 0; ++call) {
+            other.unpack(1 + random.below(300));
+            other.decode(1 + random.below(300), 1 + random.below(200), symbols);
+        }
+    }
 }
 
 TEST(BlockHuffmanDecoder, NoSymbolsBeforeTheDescription) {

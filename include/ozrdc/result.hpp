@@ -183,9 +183,9 @@ class [[nodiscard]] Result {
     [[nodiscard]] constexpr const T* operator->() const noexcept { return &value_; }
 
     /// The value. Without one, throws std::system_error; in programs without exceptions, aborts.
-    [[nodiscard]] constexpr T& value() & { return require(), value_; }
-    [[nodiscard]] constexpr const T& value() const& { return require(), value_; }
-    [[nodiscard]] constexpr T&& value() && { return require(), std::move(value_); }
+    constexpr T& value() & { return require(), value_; }
+    constexpr const T& value() const& { return require(), value_; }
+    constexpr T&& value() && { return require(), std::move(value_); }
     [[nodiscard]] constexpr T value_or(T otherwise) && {
         return has_value() ? std::move(value_) : std::move(otherwise);
     }

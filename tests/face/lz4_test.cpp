@@ -134,7 +134,7 @@ TEST(FaceLz4, DictionariesMakeShortRecordsShort) {
     const lz4::Dictionary loaded(dictionary);
     auto high = lz4::HighEncoder::create().value();
     EXPECT_EQ(loaded.bytes().size(), 65535U);
-    for (const std::size_t start : {40000, 70000, 99000}) {
+    for (const std::size_t start : std::array<std::size_t, 3>{40000, 70000, 99000}) {
         const Data record(dictionary.begin() + static_cast<std::ptrdiff_t>(start),
                           dictionary.begin() + static_cast<std::ptrdiff_t>(start) + 900);
         Data target(lz4::encodedBound(record.size()));

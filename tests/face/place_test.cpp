@@ -164,7 +164,7 @@ TYPED_TEST(Places, StatesWorkOnTheHeap) {
 TYPED_TEST(Places, StatesWorkInMemoryAtAnyAddress) {
     const std::size_t size = Kind<TypeParam>::size();
     Data memory(size + 64);
-    for (const std::size_t shift : {0, 1, 2, 3, 4, 8, 31, 63}) {
+    for (const std::size_t shift : std::array<std::size_t, 8>{0, 1, 2, 3, 4, 8, 31, 63}) {
         auto made = Kind<TypeParam>::make(Place::in(Buffer(std::span(memory).subspan(shift, size))));
         ASSERT_TRUE(made) << message(made.status());
         EXPECT_EQ(Kind<TypeParam>::use(*made), StatusOk);

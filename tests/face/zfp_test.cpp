@@ -87,7 +87,7 @@ TEST(FaceZfp, AnyBlockOfAFixedRateCanBeDecodedAlone) {
     const Data stream = encodeVolume(volume, parameters);
     const std::vector<float> whole = decodeVolume(stream, parameters);
     auto decoder = zfp::Decoder::create(stream, parameters).value();
-    for (const std::size_t number : {511, 3, 64, 0}) {
+    for (const std::size_t number : std::array<std::size_t, 4>{511, 3, 64, 0}) {
         ASSERT_TRUE(decoder.restart(std::span(stream).subspan(number * 32), parameters));
         std::array<float, 64> block{};
         ASSERT_TRUE(decoder.decode(block.data()));

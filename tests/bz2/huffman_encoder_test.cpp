@@ -188,24 +188,44 @@ TEST(BlockHuffmanEncoder, CodesAreLimitedTo17BitsAtTheLeastCost) {
     }
 }
 
-TEST(BlockHuffmanEncoder, TheCheapestTableIsTakenForMostGroups) {
-    // After four passes the tables hardly change: nearly every group has the table that is best for it.
-    const SymbolSample sample = symbolSample(9000, 100, 4, 77);
+void expectRefinedTables(const SymbolSample& sample) {
     Encoder encoder(sample);
     const Description description = described(encoder, sample);
-    std::size_t best = 0;
-    for (std::size_t g = 0; g < description.selectors.size(); ++g) {
-        std::vector<unsigned> costs;
-        for (const auto& table : description.lengths) {
-            unsigned cost = 0;
-            for (std::size_t i = 50 * g; i < std::min<std::size_t>(50 * g + 50, sample.symbols.size()); ++i) {
-                cost += table[sample.symbols[i]];
-            }
-            costs.push_back(cost);
-        }
-        if (costs[description.selectors[g]] == *std::min_element(costs.begin(), costs.end())) ++best;
+    const Description expected =
+        refinedTables(sample.symbols, sample.frequencies, [](const std::vector<uint32_t>& counts) {
+            std::vector<uint8_t> lengths(counts.size());
+            ozrdc::bz2::makeCodeLengths(counts.data(), narrow(counts.size()), lengths.data());
+            return lengths;
+        });
+    ASSERT_EQ(description.selectors, expected.selectors);
+    ASSERT_EQ(description.lengths, expected.lengths);
+}
+
+TEST(BlockHuffmanEncoder, TablesAreThoseOfTheRefinement) {
+    for (const SymbolSample& sample : samples()) {
+        expectRefinedTables(sample);
+        if (HasFatalFailure()) return;
     }
-    EXPECT_GT(best, description.selectors.size() * 8 / 10);
+}
+
+// Frequencies direct the first division only, and need not be those of the symbols.
+TEST(BlockHuffmanEncoder, TablesAreThoseOfTheRefinementWhateverTheFrequenciesSay) {
+    Random random(44);
+    for (unsigned round = 0; round < 400; ++round) {
+        SymbolSample sample = symbolSample(1 + random.below(3000), 2 + random.below(257), round % 5, 4000 + round);
+        const uint64_t bound = uint64_t{1} << random.below(33);
+        for (uint32_t& count : sample.frequencies) {
+            count = random.oneIn(3) ? 0 : static_cast<uint32_t>(random.below(bound));
+        }
+        expectRefinedTables(sample);
+        if (HasFatalFailure()) return;
+    }
+}
+
+// Of the model, which what the encoder writes is compared with.
+TEST(BlockHuffmanEncoder, SelectorsAreWrittenAsTheirRanks) {
+    const Description description{{{1, 1}, {1, 1}}, {0, 0, 1, 0}};
+    EXPECT_EQ(description.bits().substr(18, 6), "001010");
 }
 
 TEST(BlockHuffmanEncoder, AlphabetOfOneSymbol) {

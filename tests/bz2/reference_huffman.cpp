@@ -142,6 +142,50 @@ DecodedSymbols decodeSymbols(const Description& description, const Bits& bits) {
     }
 }
 
+Description refinedTables(const Symbols& symbols, const std::vector<uint32_t>& frequencies,
+                          const LengthsOf& lengthsOf) {
+    const std::size_t alphaSize = frequencies.size();
+    const std::size_t size = symbols.size();
+    const std::size_t tables = size < 200 ? 2 : size < 600 ? 3 : size < 1200 ? 4 : size <= 2399 ? 5 : 6;
+    Description result{std::vector(tables, std::vector<uint8_t>(alphaSize, 15)), {}};
+
+    auto remaining = static_cast<int64_t>(size);
+    auto partsLeft = static_cast<int64_t>(tables);
+    int64_t sum = 0;
+    for (std::size_t symbol = 0; symbol < alphaSize; ++symbol) {
+        auto& own = result.lengths[static_cast<std::size_t>(partsLeft) - 1];
+        own[symbol] = 0;
+        sum += frequencies[symbol];
+        if (sum < remaining / partsLeft) continue;
+        if (partsLeft == 1) break;
+        const auto part = static_cast<int64_t>(tables) - partsLeft + 1;
+        if (part % 2 == 0 && sum != frequencies[symbol]) {
+            own[symbol] = 15;
+            sum -= frequencies[symbol--];
+        }
+        remaining -= sum;
+        --partsLeft;
+        sum = 0;
+    }
+
+    for (int pass = 0; pass < 4; ++pass) {
+        std::vector counts(tables, std::vector<uint32_t>(alphaSize));
+        result.selectors.clear();
+        for (std::size_t begin = 0; begin < size; begin += 50) {
+            const std::size_t end = std::min(begin + 50, size);
+            std::vector<unsigned> costs(tables);
+            for (std::size_t t = 0; t < tables; ++t) {
+                for (std::size_t i = begin; i < end; ++i) costs[t] += result.lengths[t][symbols[i]];
+            }
+            const auto least = std::min_element(costs.begin(), costs.end()) - costs.begin();
+            result.selectors.push_back(static_cast<uint8_t>(least));
+            for (std::size_t i = begin; i < end; ++i) ++counts[static_cast<std::size_t>(least)][symbols[i]];
+        }
+        for (std::size_t t = 0; t < tables; ++t) result.lengths[t] = lengthsOf(counts[t]);
+    }
+    return result;
+}
+
 uint64_t optimalCost(const std::vector<uint32_t>& counts, unsigned limit) {
     std::vector<uint64_t> leaves;
     for (const uint32_t count : counts) leaves.push_back(std::max(count, 1U));

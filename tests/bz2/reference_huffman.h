@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <span>
@@ -43,6 +44,12 @@ struct DecodedSymbols {
     enum { End, OutOfBits, NoCode, NoSelector } stop;
 };
 DecodedSymbols decodeSymbols(const Description& description, const Bits& bits);
+
+// Tables and selectors of the encoder: the alphabet divided into one part for each table, then four rounds of
+// selection. Optimal codes differ in detail, so the caller makes them: `lengthsOf` gives the lengths for the counts of
+// a table.
+using LengthsOf = std::function<std::vector<uint8_t>(const std::vector<uint32_t>& counts)>;
+Description refinedTables(const Symbols& symbols, const std::vector<uint32_t>& frequencies, const LengthsOf& lengthsOf);
 
 // The smallest sum of count times length, with counts of 0 taken as 1, and no length above `limit`.
 uint64_t optimalCost(const std::vector<uint32_t>& counts, unsigned limit);

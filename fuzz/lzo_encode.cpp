@@ -1,7 +1,7 @@
-// Encodes arbitrary bytes in every mode of the LZO1X encoder, compares what is written with the reference's, and decodes
-// it again.
+// Encodes arbitrary bytes in every mode of the LZO1X encoder, compares what is written with the reference's, and
+// decodes it again.
 //
-// Input: capacity (2 bytes), number of parts (1), repetition (1), the source. A repetition of 240 and above repeats the
+// Input: capacity (2 bytes), number of parts (1), repetition (1), the source. A repetition of 250 and above repeats the
 // source until it is longer than a chunk and than any distance.
 
 #include <algorithm>
@@ -25,7 +25,7 @@ constexpr uint32_t kStateSize = 131104;
 std::vector<uint8_t> sourceOf(Input& input) {
     const auto repetition = input.take<uint8_t>();
     std::vector<uint8_t> source(input.rest().begin(), input.rest().end());
-    if (source.empty() || repetition < 240) return source;
+    if (source.empty() || repetition < 250) return source;
     // Each copy differs from the one before it in one byte, so that matches end everywhere.
     const std::size_t period = source.size();
     for (std::size_t i = period; source.size() < 60000; ++i) {
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
 
     ExactBuffer source(bytes);
     const std::size_t room = ozrdc::test::lzo::roomFor(bytes.size()) + 80 * parts;
-    for (const std::size_t n : {capacity, capacity % room, room}) {
+    for (const std::size_t n : {capacity % room, room}) {
         check(source, 0, 0, n, ozrdc::test::lzo::encodeStandard(bytes, n));
         check(source, 1, parts, n, ozrdc::test::lzo::encodeContainer(bytes, n, parts));
         check(source, 2, 0, n, ozrdc::test::lzo::encodeFast(bytes, n));

@@ -2,6 +2,7 @@
 #include "lzo/reference_encoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 namespace ozrdc::test::lzo {
@@ -10,13 +11,21 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 using ByteView = std::span<const uint8_t>;
 
-// The CRC-32C of four bytes, bit by bit, from 0 and without inversion.
+// What each byte makes of the CRC-32C, bit by bit.
+const std::array<uint32_t, 256> kCrcOfByte = [] {
+    std::array<uint32_t, 256> table{};
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        uint32_t crc = byte;
+        for (int bit = 0; bit < 8; ++bit) crc = crc % 2 != 0 ? crc / 2 ^ 0x82F63B78 : crc / 2;
+        table[byte] = crc;
+    }
+    return table;
+}();
+
+// The CRC-32C of four bytes, from 0 and without inversion.
 uint32_t hash(ByteView source, std::size_t at) {
     uint32_t crc = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        crc ^= source[at + i];
-        for (int bit = 0; bit < 8; ++bit) crc = crc % 2 != 0 ? crc / 2 ^ 0x82F63B78 : crc / 2;
-    }
+    for (std::size_t i = 0; i < 4; ++i) crc = crc >> 8 ^ kCrcOfByte[(crc ^ source[at + i]) % 256];
     return crc;
 }
 
@@ -110,12 +119,21 @@ class Stream {
     uint64_t capacity_;
 };
 
+// As many of the literals from `anchor` on as fit. False if something was cut.
+bool lastRun(ByteView source, std::size_t anchor, Stream& stream) {
+    for (std::size_t count = source.size() - anchor;; --count) {
+        if (stream.lastRun(source.subspan(anchor, count))) return anchor + count == source.size();
+        if (count > stream.room()) count = stream.room() + 1;
+    }
+}
+
 // Everything but the end marker. False if something was cut.
 bool standardBody(ByteView source, Stream& stream) {
     const std::size_t n = source.size();
     std::size_t anchor = 0;
+    if (n < 14) return lastRun(source, anchor, stream);
     std::vector<std::size_t> slots(32768, 0);
-    for (std::size_t p = 4; n >= 14 && p < n - 13;) {
+    for (std::size_t p = 4; p < n - 13;) {
         std::size_t& slot = slots[hash(source, p) & 0x7FFF];
         const std::size_t candidate = slot;
         slot = p;
@@ -128,11 +146,7 @@ bool standardBody(ByteView source, Stream& stream) {
         p += length;
         anchor = p;
     }
-    // As many literals as fit.
-    for (std::size_t count = n - anchor;; --count) {
-        if (stream.lastRun(source.subspan(anchor, count))) return anchor + count == n;
-        if (count > stream.room()) count = stream.room() + 1;
-    }
+    return lastRun(source, anchor, stream);
 }
 
 }  // namespace

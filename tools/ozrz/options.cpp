@@ -123,7 +123,7 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_flag("-d,--decompress", decompress, "decompress")->group(group);
     app.add_flag("-t,--test", test, "decompress, check, and write nothing")->group(group);
     app.add_flag("-l,--list", list, "show format, sizes, ratio and check")->group(group);
-    app.add_flag("--recover", options.recover, "decompress what is intact of damaged files (bzip2)")->group(group);
+    app.add_flag("--recover", options.recover, "decompress what is intact of damaged files (bzip2, lzss)")->group(group);
 
     group = "Where results go";
     bool keep = false;

@@ -6,6 +6,7 @@
 #include "formats/gzip/format.h"
 #include "formats/lz4/format.h"
 #include "formats/lzo/format.h"
+#include "formats/lzss/format.h"
 #include "formats/zfp/format.h"
 #include "formats/zlib/format.h"
 
@@ -18,6 +19,7 @@ Registry::Registry() {
     formats_.push_back(makeBzip2Format());
     formats_.push_back(makeZfpFormat());
     formats_.push_back(makeLzoFormat());
+    formats_.push_back(makeLzssFormat());
     formats_.push_back(makeZlibFormat());
     formats_.push_back(makeDeflateFormat());
 }

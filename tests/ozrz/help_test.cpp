@@ -110,8 +110,8 @@ TEST_F(Help, VersionShowsTheLibrarysRecord) {
 
 TEST_F(Help, FormatsShowsNamesAndSuffixes) {
     const std::string formats = ozrz({"--formats"}).out;
-    for (const char* row : {"lz4       .lz4", "gzip      .gz", "bzip2     .bz2", "lzo       .lzo", "lzss      .lzss", "zlib      .zz",
-                            "zfp       .zfp", "deflate   .deflate"}) {
+    for (const char* row : {"lz4       .lz4", "gzip      .gz", "bzip2     .bz2", "lzo       .lzo", "lzss      .lzss",
+                            "zlib      .zz", "zfp       .zfp", "deflate   .deflate"}) {
         EXPECT_THAT(formats, HasSubstr(row));
     }
 }

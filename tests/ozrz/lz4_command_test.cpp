@@ -24,7 +24,9 @@ TEST_F(Lz4Command, ReadsWhatIsWrittenHere) {
         write("a", contents);
         for (const Options& options :
              {Options{}, Options{"-B4"}, Options{"-B5", "--block-checksum"}, Options{"-B6", "--no-check"},
-              Options{"--content-size"}, Options{"-9"}, Options{"--fast=9", "-B4"}}) {
+              Options{"--content-size"}, Options{"-3"}, Options{"-6", "-B5"}, Options{"-9"}, Options{"--fast=9", "-B4"},
+              Options{"-BD"}, Options{"-BD", "-B4"}, Options{"-B4", "-BD", "-5", "--block-checksum"},
+              Options{"-B5", "-BD", "-9"}, Options{"-BD", "-B4", "--fast=3"}}) {
             SCOPED_TRACE(std::string(kind) + " " + ::testing::PrintToString(options));
             Options arguments = options;
             arguments.insert(arguments.end(), {"-f", "-o", "a.lz4", "a"});
@@ -96,6 +98,29 @@ TEST_F(Lz4Command, ItsDictionaryFramesAreRead) {
             ASSERT_TRUE(restored.out == contents);
         }
         EXPECT_EQ(ozrz({"-t", "a.lz4"}).exitCode, 1) << "without the dictionary";
+    }
+}
+
+TEST_F(Lz4Command, ReadsWhatIsWrittenHereWithADictionary) {
+    for (const std::size_t size : {1U, 20U, 5000U, 65535U, 65536U, 90000U}) {
+        const std::string dictionary = sample("text", size, 7);
+        const std::string contents =
+            dictionary.substr(size / 3) + sample("text", 300'000, 7) + sample("mixed", 100'000);
+        write("a", contents);
+        write("dictionary", dictionary);
+        for (const Options& options : {Options{}, Options{"-B4"}, Options{"-B4", "-BD"}, Options{"-9"},
+                                       Options{"-6", "-B4"}, Options{"-9", "-B4", "-BD"}, Options{"--fast=4"}}) {
+            SCOPED_TRACE(std::to_string(size) + " " + ::testing::PrintToString(options));
+            Options arguments = options;
+            arguments.insert(arguments.end(), {"-D", "dictionary", "-f", "-o", "a.lz4", "a"});
+            ASSERT_EQ(ozrz(arguments).exitCode, 0);
+            const Result theirs = lz4({"-d", "-c", "-D", "dictionary", "a.lz4"});
+            ASSERT_EQ(theirs.exitCode, 0) << theirs.err;
+            ASSERT_TRUE(theirs.out == contents);
+            const Result ours = ozrz({"-dc", "-D", "dictionary", "a.lz4"});
+            ASSERT_EQ(ours.exitCode, 0) << ours.err;
+            ASSERT_TRUE(ours.out == contents);
+        }
     }
 }
 

@@ -50,6 +50,9 @@ TEST_F(RoundTrip, RestoresWithEveryLevelAndOption) {
                                "-B5",
                                "-B6",
                                "-B7",
+                               "-BI",
+                               "-BD",
+                               "-Bd",
                                "--block-size=64K",
                                "--block-size=256k",
                                "--block-size=1M",
@@ -72,17 +75,67 @@ TEST_F(RoundTrip, FastIsLargerThanTheDefault) {
     EXPECT_EQ(compressed(contents, {"--fast=1"}), compressed(contents, {"-1"}));
 }
 
+TEST_F(RoundTrip, Lz4LevelsGetSmallerFromThreeOn) {
+    const std::string contents = sample("text", 1'000'000);
+    EXPECT_EQ(compressed(contents, {"-2"}), compressed(contents, {"-1"}));
+    std::size_t previous = compressed(contents, {"-2"}).size();
+    for (const char* level : {"-3", "-4", "-5", "-6", "-7", "-8", "-9"}) {
+        const std::size_t size = compressed(contents, {level}).size();
+        EXPECT_LT(size, previous) << level;
+        previous = size;
+    }
+    // Where both are given, the acceleration counts.
+    EXPECT_EQ(compressed(contents, {"--fast=3", "-9"}), compressed(contents, {"--fast=3"}));
+}
+
+TEST_F(RoundTrip, LinkedBlocksAreSmaller) {
+    const std::string contents = sample("text", 1'000'000);
+    for (const char* level : {"-1", "-3", "-9"}) {
+        const std::size_t linked = compressed(contents, {level, "-B4", "-BD"}).size();
+        EXPECT_LT(linked, compressed(contents, {level, "-B4"}).size()) << level;
+        // The last word counts, and the size of blocks is another matter.
+        EXPECT_EQ(compressed(contents, {level, "-BI", "-BD", "-B7", "-B4"}).size(), linked);
+        EXPECT_EQ(compressed(contents, {level, "-BD", "-BI", "-B4"}), compressed(contents, {level, "-B4"}));
+    }
+}
+
+TEST_F(RoundTrip, ADictionaryMakesSmallFilesSmaller) {
+    const std::string dictionary = sample("text", 70'000, 3);
+    write("dictionary", dictionary);
+    write("a", dictionary.substr(40'000, 3000));
+    for (const char* level : {"-1", "-3", "-9"}) {
+        SCOPED_TRACE(level);
+        const std::string packed = ozrz({level, "-c", "-D", "dictionary", "a"}).out;
+        EXPECT_LT(packed.size(), 600U);
+        EXPECT_EQ(ozrz({"-dc", "-D", "dictionary"}, packed).out, read("a"));
+        EXPECT_EQ(ozrz({"-dc"}, packed).exitCode, 1) << "without it";
+    }
+}
+
 TEST_F(RoundTrip, CompressedBytesDoNotDependOnThreads) {
+    write("dictionary", sample("text", 70'000, 2));
     for (const char* kind : {"mixed", "text", "random"}) {
-        SCOPED_TRACE(kind);
-        const std::string contents = sample(kind, 2'000'000);
-        const std::string one = compressed(contents, {"-T1", "-B4", "--block-checksum"});
-        for (const char* threads : {"-T2", "-T3", "-T8", "-T0"}) {
-            SCOPED_TRACE(threads);
-            ASSERT_TRUE(compressed(contents, {threads, "-B4", "--block-checksum"}) == one);
-            const Result restored = ozrz({threads, "-dc"}, one);
-            ASSERT_EQ(restored.exitCode, 0) << restored.err;
-            ASSERT_TRUE(restored.out == contents);
+        for (const std::vector<std::string>& options : {std::vector<std::string>{"-B4", "--block-checksum"},
+                                                        {"-B4", "-BD"},
+                                                        {"-B4", "-4"},
+                                                        {"-B4", "-BD", "-4"},
+                                                        {"-B4", "-BD", "-D", "dictionary"},
+                                                        {"-B4", "-4", "-D", "dictionary"}}) {
+            SCOPED_TRACE(kind + ::testing::PrintToString(options));
+            const std::string contents = sample(kind, 1'500'000);
+            const auto with = [&](std::vector<std::string> further) {
+                further.insert(further.end(), options.begin(), options.end());
+                return further;
+            };
+            write("data", contents);
+            const std::string one = ozrz(with({"-T1", "-c", "data"})).out;
+            for (const char* threads : {"-T2", "-T3", "-T8", "-T0"}) {
+                SCOPED_TRACE(threads);
+                ASSERT_TRUE(ozrz(with({threads, "-c", "data"})).out == one);
+                const Result restored = ozrz({threads, "-dc", "-D", "dictionary"}, one);
+                ASSERT_EQ(restored.exitCode, 0) << restored.err;
+                ASSERT_TRUE(restored.out == contents);
+            }
         }
     }
 }

@@ -144,7 +144,7 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
         ->type_name("NAME")
         ->group(group);
     app.add_flag("-1{1},-2{2},-3{3},-4{4},-5{5},-6{6},-7{7},-8{8},-9{9}", options.level,
-                 "level, fast to small (lz4: so far all give the same)")
+                 "level, fast to small")
         ->group(group);
     app.add_flag("--fast{1}", options.acceleration, "faster and larger; N from 1 (default) upwards")
         ->type_name("[=N]")
@@ -153,7 +153,7 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_flag("-n{false},--no-name{false}", options.storeName,
                  "store neither name nor time of the file (gzip, lzo)")
         ->group(group);
-    app.add_option("-D,--dictionary", options.dictionary, "dictionary, for data compressed with one")
+    app.add_option("-D,--dictionary", options.dictionary, "dictionary; decompressing needs the same")
         ->type_name("FILE")
         ->group(group);
     unsigned threads = 0;

@@ -8,6 +8,7 @@ namespace ozrz::lz4 {
 
 struct FrameOptions {
     unsigned blockSizeCode = kMaxBlockSizeCode;
+    bool linkedBlocks = false;
     bool blockChecksums = false;
     bool contentChecksum = true;
     bool contentSize = false;

@@ -32,10 +32,7 @@ FrameDecoder::~FrameDecoder() = default;
 
 Bytes FrameDecoder::usableDictionary() const {
     if (reader_.legacy()) return {};
-    if (settings_.dictionary) {
-        const Bytes all = *settings_.dictionary;
-        return all.last(std::min(all.size(), kMaxDistance));
-    }
+    if (settings_.dictionary) return reachableEnd(settings_.dictionary);
     if (const auto id = reader_.descriptor().dictionaryId) {
         throw DataError("it needs the dictionary with the number " + std::to_string(*id) + ": give it with -D");
     }

@@ -14,15 +14,27 @@ namespace {
 const std::map<std::string, unsigned> kBlockSizes{{"4", 4}, {"64K", 4}, {"5", 5}, {"256K", 5},
                                                   {"6", 6}, {"1M", 6},  {"7", 7}, {"4M", 7}};
 
+// What else -B takes: whether blocks are linked.
+const std::map<std::string, unsigned> kBlockLinks{{"I", 0}, {"D", 1}};
+
+std::map<std::string, unsigned> blockWords() {
+    std::map<std::string, unsigned> words = kBlockSizes;
+    words.insert(kBlockLinks.begin(), kBlockLinks.end());
+    return words;
+}
+
 class Lz4Format final : public Format {
   public:
     const FormatDescription& description() const override { return description_; }
 
     void addOptions(CLI::App& app) override {
         const char* group = "Options for lz4";
-        app.add_option("-B,--block-size", options_.blockSizeCode, "4..7, or 64K, 256K, 1M, 4M (default)")
-            ->transform(CLI::Transformer(kBlockSizes, CLI::ignore_case))
-            ->check(CLI::Range(lz4::kMinBlockSizeCode, lz4::kMaxBlockSizeCode))
+        app.add_option_function<std::vector<std::string>>(
+               "-B,--block-size", [this](const std::vector<std::string>& words) { setBlocks(words); },
+               "4..7, or 64K, 256K, 1M, 4M (default); D: blocks may refer to the ones before, I: they do not (default)")
+            ->transform(CLI::IsMember(blockWords(), CLI::ignore_case))
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->allow_extra_args(false)
             ->type_name("SIZE")
             ->group(group);
         app.add_flag("--block-checksum", options_.blockChecksums, "write a checksum with every block")->group(group);
@@ -45,6 +57,17 @@ class Lz4Format final : public Format {
     Listing list(Source& source, const DecodeSettings& settings) const override { return lz4::list(source, settings); }
 
   private:
+    // Later words win over earlier ones of their kind.
+    void setBlocks(const std::vector<std::string>& words) {
+        for (const std::string& word : words) {
+            if (const auto link = kBlockLinks.find(word); link != kBlockLinks.end()) {
+                options_.linkedBlocks = link->second != 0;
+            } else {
+                options_.blockSizeCode = kBlockSizes.at(word);
+            }
+        }
+    }
+
     const FormatDescription description_{
         .name = "lz4",
         .summary = "LZ4 frames: very fast, moderate ratio",

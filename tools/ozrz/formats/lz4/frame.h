@@ -8,6 +8,7 @@
 // and data, up to the end of the file or the next magic number; every block but the last holds 8 MiB.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,6 +38,12 @@ constexpr std::size_t blockSizeOfCode(unsigned code) { return std::size_t{1} << 
 
 // The most bytes that a block of `size` bytes can take when it is compressed although that makes it larger.
 constexpr std::size_t compressedBound(std::size_t size) { return size + size / 255 + 16; }
+
+// What of a dictionary matches can reach; empty for none.
+inline Bytes reachableEnd(const std::optional<Bytes>& dictionary) {
+    const Bytes all = dictionary.value_or(Bytes{});
+    return all.last(std::min(all.size(), kMaxDistance));
+}
 
 bool isFrameMagic(uint32_t magic);  // of any of the three kinds
 bool isSkippableMagic(uint32_t magic);

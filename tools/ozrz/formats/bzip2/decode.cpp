@@ -34,7 +34,8 @@ Summary decode(Source& source, Sink& sink, const DecodeSettings& settings) {
     const auto read = [&](std::size_t i) { return !follower.ended() && finder.next(attempts[i].piece); };
     const auto work = [&](std::size_t i) {
         Attempt& attempt = attempts[i];
-        attempt.unfinished.reset();
+        // One that nobody wanted to go on with, as it began at a mark that stood there by chance.
+        if (attempt.unfinished) decoders.giveBack(std::move(attempt.unfinished));
         if (!attempt.piece.atMark) return;
         std::unique_ptr<BlockDecoder> decoder = decoders.take();
         if (decoder->begin(attempt.piece, attempt.block)) {

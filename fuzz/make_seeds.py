@@ -159,6 +159,8 @@ STREAMS = {
 for name, stream in STREAMS.items():
     write("inflate", f"{name}_whole", struct.pack("<IIBBHB", 1, 1, 15, 15, 32767, 0) + stream)
     write("inflate", f"{name}_pieces", struct.pack("<IIBBHB", 2, 3, 3, 5, 32767, 2) + stream)
+    write("face_inflate", f"{name}_whole", bytes([255, 255]) + stream)
+    write("face_inflate", f"{name}_pieces", bytes([0, 1]) + stream)
 for seed in range(8):
     write("inflate", f"random_codes_{seed}", struct.pack("<IIBBHB", 4, seed, 5, 6, 3000, 1) + literals(200))
 
@@ -182,6 +184,8 @@ tables("too_many", 289, 31, 0, bytes(320))
 # --- Deflate sources --------------------------------------------------------------------------------------------------
 
 for number, (name, source) in enumerate({**SOURCES, "words": words(100)}.items()):
+    for level, sizes in ((0, 0x0303), (6, 0xFFFF), (17, 0x00FF), (30, 0x0000), (31, 0x3003)):
+        write("face_deflate", f"{name}_{level}", struct.pack("<BHB", level, sizes, 200 * (number % 2)) + source)
     for level in (0, 1, 4, 6, 9, 14, 40, 41):
         repetition = 250 if level % 2 else 0
         write(
@@ -286,3 +290,29 @@ for name, source in {**SOURCES, "words": words(100)}.items():
         sizes = struct.pack("<BBH", number, power, seed)
         repetition = 250 if cut == "whole" else 0
         write("lzss_encode", f"{name}_{cut}", sizes + sizes + bytes([repetition]) + source)
+
+
+def crc32c(data, crc=0):
+    crc ^= 0xFFFFFFFF
+    for byte in data:
+        crc ^= byte
+        for _ in range(8):
+            crc = crc >> 1 ^ (0x82F63B78 if crc & 1 else 0)
+    return crc ^ 0xFFFFFFFF
+
+
+def lzss_member(blocks):
+    """A .lzss file of blocks, each a content and its tokens; without tokens the content is stored."""
+    fields = b"\x89LSS" + bytes([1, 0, 10])
+    file, headers = fields + bytes([crc32c(fields) & 255]), b""
+    for content, tokens in blocks:
+        data = packed(tokens) if tokens else content
+        header = struct.pack("<III", len(content), len(data), crc32c(content))
+        file, headers = file + header + data, headers + header
+    return file + struct.pack("<II", 0, crc32c(headers))
+
+
+LZSS_BLOCKS = [(b"abc" * 20, "".join(map(lzss_literal, b"abc")) + lzss_match(3, 57)), (literals(50), ""), (b"z" * 9, "")]
+write("ozrz_formats", "lzss_blocks", lzss_member(LZSS_BLOCKS))
+write("ozrz_formats", "lzss_two", lzss_member(LZSS_BLOCKS[:1]) + lzss_member([]) + lzss_member(LZSS_BLOCKS[1:]))
+write("ozrz_formats", "lzss_garbage", lzss_member(LZSS_BLOCKS[:2]) + b"\x89LS?")

@@ -1,20 +1,17 @@
 // Decodes the symbols of a block: zero runs, move-to-front and dictionary in one pass, then the block sort (inverse.h).
 //
-// The first 16 entries of the move-to-front list live in a register, where a byte is brought to the front by one
-// shuffle; the rest of the list is in memory. The list holds the bytes of the dictionary themselves.
+// The move-to-front list (symbol_list.h) holds the bytes of the dictionary themselves.
 //
 // Every symbol is checked before its bytes are written, so that any symbols may come: the rows stay inside the capacity
 // and the list inside the dictionary.
 
-#include <tmmintrin.h>
-
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 
 #include "bz2/bytes.h"
 #include "bz2/inverse.h"
+#include "bz2/symbol_list.h"
 #include "bz2/zero_runs.h"
 #include "core/arguments.h"
 #include "core/entry_points.h"
@@ -22,52 +19,16 @@
 namespace ozrdc::bz2 {
 namespace {
 
-// The list of move-to-front.
-class RecentBytes {
-  public:
-    // The used values in ascending order.
-    explicit RecentBytes(const uint8_t* inUse) noexcept {
-        list_.fill(0);
+// The values in use, in ascending order.
+struct Dictionary {
+    std::array<uint8_t, kByteValues> values{};
+    uint32_t size = 0;
+
+    explicit Dictionary(const uint8_t* inUse) noexcept {
         for (uint32_t value = 0; value < kByteValues; ++value) {
-            if (inUse[value] != 0) list_[size_++] = static_cast<uint8_t>(value);
+            if (inUse[value] != 0) values[size++] = static_cast<uint8_t>(value);
         }
-        front_ = load128(list_.data());
     }
-
-    [[nodiscard]] uint32_t size() const noexcept { return size_; }
-    [[nodiscard]] uint8_t first() const noexcept { return static_cast<uint8_t>(_mm_cvtsi128_si32(front_)); }
-
-    // Brings the entry `index`, 1 to 255, to the front, and returns it.
-    uint8_t take(uint32_t index) noexcept {
-        if (index < kFront) {
-            front_ = _mm_shuffle_epi8(front_, load128(kMoves[index].data()));
-            return first();
-        }
-        const uint8_t value = list_[index];
-        std::memmove(&list_[kFront + 1], &list_[kFront], index - kFront);
-        list_[kFront] = static_cast<uint8_t>(_mm_extract_epi16(front_, kFront / 2 - 1) >> 8);
-        front_ = _mm_or_si128(_mm_slli_si128(front_, 1), _mm_cvtsi32_si128(value));
-        return value;
-    }
-
-  private:
-    static constexpr uint32_t kFront = 16;
-
-    // The shuffles that bring an entry of the register to the front.
-    using Shuffle = std::array<uint8_t, kFront>;
-    static constexpr std::array<Shuffle, kFront> kMoves = [] {
-        std::array<Shuffle, kFront> moves{};
-        for (uint32_t index = 0; index < kFront; ++index) {
-            for (uint32_t i = 0; i < kFront; ++i) {
-                moves[index][i] = static_cast<uint8_t>(i == 0 ? index : i <= index ? i - 1 : i);
-            }
-        }
-        return moves;
-    }();
-
-    __m128i front_;
-    std::array<uint8_t, kByteValues> list_;  // the first kFront are out of date
-    uint32_t size_ = 0;
 };
 
 // The rows that have been decoded.
@@ -105,15 +66,16 @@ struct RowWriter {
 
 // Decodes the symbols to bytes. Returns false at the first symbol that does not fit or stands for nothing; then the
 // rows are those in front of it.
-bool decodeSymbols(const uint16_t* src, uint32_t srcLen, RecentBytes recent, RowWriter& out) noexcept {
+bool decodeSymbols(const uint16_t* src, uint32_t srcLen, const Dictionary& dictionary, RowWriter& out) noexcept {
     const uint16_t* const end = src + srcLen;
-    const uint32_t entries = recent.size();
-    if (entries == 0) return false;
+    if (dictionary.size == 0) return false;
+    SymbolList recent(dictionary.values.data());
     while (src < end) {
         uint32_t symbol = *src++;
         if (symbol >= kFirstLiteral) {
-            if (symbol > entries || out.room() == 0) return false;
-            out.put(recent.take(symbol - 1));
+            if (symbol > dictionary.size || out.room() == 0) return false;
+            recent.move(symbol - 1);
+            out.put(recent.first());
             continue;
         }
         // Digits 1 and 2 with weights 1, 2, 4 and so on. Long before a weight could leave 32 bits the run is longer
@@ -153,11 +115,11 @@ Status y8_ozrsDecodeBlock_BZ2_16u8u(const uint16_t* pSrc, int32_t srcLen, uint8_
     if (srcLen <= 0 || *pDstLen > kMaxCapacity || index < 0 || index >= *pDstLen) return StatusSizeError;
     if (static_cast<uint32_t>(sizeDictionary) > kByteValues) return StatusSizeError;
 
-    const RecentBytes recent(pInUse);
-    if (recent.size() != static_cast<uint32_t>(sizeDictionary)) return StatusOk;
+    const Dictionary dictionary(pInUse);
+    if (dictionary.size != static_cast<uint32_t>(sizeDictionary)) return StatusOk;
 
     RowWriter out{.rows = PackedRows(pBuffer), .capacity = static_cast<uint32_t>(*pDstLen)};
-    const bool decoded = decodeSymbols(pSrc, static_cast<uint32_t>(srcLen), recent, out);
+    const bool decoded = decodeSymbols(pSrc, static_cast<uint32_t>(srcLen), dictionary, out);
     *pDstLen = static_cast<int32_t>(out.n);
     if (!decoded) return StatusError;
     if (static_cast<uint32_t>(index) < out.n) {

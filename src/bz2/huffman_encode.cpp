@@ -19,6 +19,7 @@
 #include "bz2/bit_output.h"
 #include "bz2/code_lengths.h"
 #include "bz2/huffman_format.h"
+#include "bz2/move_to_front.h"
 #include "core/arguments.h"
 #include "core/entry_points.h"
 #include "core/unaligned.h"
@@ -265,10 +266,9 @@ Status y8_ozrsEncodeHuffInit_BZ2_16u8u(int32_t alphaSize, const uint32_t* pFreq,
         assignCodes(state.lengths + t * kMaxAlphabet, alphaSize, state.codes + t * kMaxAlphabet);
     }
     // Made here, so that the description can be written again and again from a constant state.
-    std::array<uint8_t, 256> memory;
-    auto* const moveToFront = reinterpret_cast<MTFState*>(memory.data());
-    y8_ozrsMTFInit_8u(moveToFront);
-    return y8_ozrsMTFFwd_8u(state.selectors(), state.selectorRanks(), state.nSelectors, moveToFront);
+    MTFState moveToFront;
+    y8_ozrsMTFInit_8u(&moveToFront);
+    return y8_ozrsMTFFwd_8u(state.selectors(), state.selectorRanks(), state.nSelectors, &moveToFront);
 }
 
 Status y8_ozrsPackHuffContext_BZ2_16u8u(uint32_t* pCode, int32_t* pCodeLenBits, uint8_t* pDst, int32_t* pDstLen,

@@ -5,6 +5,7 @@
 
 #include "bz2/bit_input.h"
 #include "bz2/huffman_decoder_state.h"
+#include "bz2/move_to_front.h"
 #include "core/arguments.h"
 #include "core/entry_points.h"
 
@@ -74,12 +75,11 @@ Status readSelectors(HuffDecState& state, BitInput& input) noexcept {
         input.drop(ones + 1);
         selectors[state.selectorsRead] = static_cast<uint8_t>(ones);
     }
-    std::array<uint8_t, 256> memory;
-    auto* const moveToFront = reinterpret_cast<MTFState*>(memory.data());
-    y8_ozrsMTFInit_8u(moveToFront);
+    MTFState moveToFront;
+    y8_ozrsMTFInit_8u(&moveToFront);
     state.table = 0;
     state.symbol = kFirstLength;
-    return y8_ozrsMTFInv_8u(selectors, selectors, state.nSelectors, moveToFront);
+    return y8_ozrsMTFInv_8u(selectors, selectors, state.nSelectors, &moveToFront);
 }
 
 constexpr bool validLength(int32_t length) noexcept {

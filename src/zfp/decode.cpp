@@ -90,22 +90,36 @@ class PlaneReader {
         position_ += verbatim;
         if (verbatim == kValues) return bits;
         uint64_t plane = lowBits(bits, static_cast<unsigned>(verbatim));
-        while (significant_ < kValues) {
-            if (nearLimit && position_ == limit_) break;
-            bits = peek(base_, position_);
-            ++position_;
-            if ((bits & 1) == 0) break;
-            bits >>= 1;
+        if (nearLimit && position_ == limit_) return plane;
+        bits >>= verbatim;
+        ++position_;
+        if ((bits & 1) == 0) return plane;
+        bits = peek(base_, position_);
+        uint64_t reach = position_ + significant_;  // as long as the position is not beyond it, enough bits are left
+        for (;;) {
             // The run ends with a one, or in front of the last coefficient, or where the limit is.
             uint64_t longest = kValues - 1 - significant_;
             if constexpr (nearLimit) longest = std::min(longest, limit_ - position_);
             const auto zeros = static_cast<unsigned>(std::countr_zero(bits | uint64_t{1} << longest));
-            position_ += zeros + (zeros < longest ? 1 : 0);
             significant_ += zeros;
             plane |= uint64_t{1} << significant_;
             ++significant_;
+            if (zeros == longest) {
+                position_ += zeros;
+                return plane;
+            }
+            // The stop, and the next test.
+            position_ += zeros + 1;
+            if (nearLimit && position_ == limit_) return plane;
+            bits >>= zeros;
+            ++position_;
+            if ((bits & 2) == 0) return plane;
+            bits >>= 2;
+            if (position_ > reach) {
+                bits = peek(base_, position_);
+                reach = position_ + significant_;
+            }
         }
-        return plane;
     }
 
     const uint8_t* base_;

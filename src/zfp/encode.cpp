@@ -10,6 +10,7 @@
 // go to the stream, as far as there is room. The scratch holds the largest block with all that may run over.
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -108,34 +109,55 @@ Block quantize(const Floats& floats, int32_t e) noexcept {
     return block;
 }
 
+// Group tests put a bit behind every one of the bits they send, which tells whether there is a further one. What
+// becomes of a byte in between: every 0 is a 0, every 1 is 11.
+constexpr auto kDoubledOnes = [] {
+    std::array<uint16_t, 256> doubled{};
+    for (unsigned byte = 0; byte < doubled.size(); ++byte) {
+        unsigned length = 0;
+        for (unsigned i = 0; i < 8; ++i) {
+            if ((byte >> i & 1) != 0) doubled[byte] = static_cast<uint16_t>(doubled[byte] | 3U << length);
+            length += 1 + (byte >> i & 1);
+        }
+    }
+    return doubled;
+}();
+
+constexpr unsigned kDoubledAtOnce = 16;
+
+// Puts the lowest `n` of 16 bits, those above being 0, with their ones doubled.
+[[gnu::always_inline]] inline void putDoubled(uint64_t bits, unsigned n, ScratchWriter& out) noexcept {
+    const uint64_t low = bits % 256;
+    const auto lowLength = static_cast<unsigned>(8 + std::popcount(low));
+    out.put(kDoubledOnes[low] | uint64_t{kDoubledOnes[bits / 256 % 256]} << lowLength,
+            n + static_cast<unsigned>(std::popcount(bits % (1U << kDoubledAtOnce))));
+}
+
 // Codes one plane. The first `significant` coefficients have been found significant; returns how many are now.
 [[gnu::always_inline]] inline unsigned putPlane(uint64_t plane, unsigned significant, ScratchWriter& out) noexcept {
-    constexpr unsigned kLast = kValues - 1;
     if (significant == kValues) {
         out.put(plane, kValues);
         return kValues;
     }
-    uint64_t others = plane >> significant;
+    const uint64_t others = plane >> significant;
     if (others == 0) {
         out.put(plane, significant + 1);  // and the test that finds no other
         return significant;
     }
-    out.put(lowBits(plane, significant), significant);
-    do {
-        const auto zeros = static_cast<unsigned>(std::countr_zero(others));
-        significant += zeros;
-        // If no other coefficient is left, the test alone says that the last one has a one.
-        if (significant == kLast) {
-            out.put(1, 1 + zeros);
-            return kValues;
-        }
-        out.put(1 | uint64_t{2} << zeros, zeros + 2);
-        ++significant;
-        others >>= zeros;
-        others >>= 1;
-    } while (others != 0);
-    out.put(0, 1);
-    return significant;
+    // The last one is known to be the last by the 0 behind it; of the last coefficient of all even the one is implied.
+    auto last = static_cast<unsigned>(kValues - 1 - static_cast<unsigned>(std::countl_zero(others)));
+    uint64_t rest = others ^ uint64_t { 1 } << last;
+    const unsigned found = significant + last + 1;
+    out.put(lowBits(plane, significant) | uint64_t{1} << significant, significant + 1);  // and the first test
+    for (; rest >> kDoubledAtOnce != 0; rest >>= kDoubledAtOnce, last -= kDoubledAtOnce) {
+        putDoubled(rest, kDoubledAtOnce, out);
+    }
+    const unsigned before = std::min(last, kDoubledAtOnce);
+    putDoubled(rest, before, out);
+    const unsigned zeros = last - before;
+    const unsigned implied = found == kValues ? 1 : 0;
+    out.put(uint64_t{1 - implied} << zeros, zeros + 2 * (1 - implied));
+    return found;
 }
 
 // Codes planes until `limit` is reached; the last one may pass it.

@@ -19,6 +19,8 @@ struct Block {
     __m128i rows[kRows];
 };
 
+constexpr size_t kPlaneRows = kSide;  // rows of a plane of a block
+
 // Transposes the 4 x 4 matrix of 32-bit lanes.
 [[gnu::always_inline]] inline void transpose(__m128i& a, __m128i& b, __m128i& c, __m128i& d) noexcept {
     const __m128i abLow = _mm_unpacklo_epi32(a, b);
@@ -79,7 +81,7 @@ namespace detail {
     }
     for (size_t y = 0; y < kSide; ++y) {
         __m128i* const rows = &block.rows[y];
-        detail::lift(rows[0], rows[kSide], rows[2 * kSide], rows[3 * kSide]);
+        detail::lift(rows[0], rows[kPlaneRows], rows[2 * kPlaneRows], rows[3 * kPlaneRows]);
     }
 }
 
@@ -87,7 +89,7 @@ namespace detail {
 [[gnu::always_inline]] inline void ownInvDecor(Block& block) noexcept {
     for (size_t y = 0; y < kSide; ++y) {
         __m128i* const rows = &block.rows[y];
-        detail::unlift(rows[0], rows[kSide], rows[2 * kSide], rows[3 * kSide]);
+        detail::unlift(rows[0], rows[kPlaneRows], rows[2 * kPlaneRows], rows[3 * kPlaneRows]);
     }
     for (size_t z = 0; z < kSide; ++z) {
         __m128i* const rows = &block.rows[kSide * z];

@@ -1225,7 +1225,8 @@ Status ozrsEncodeLZSSFlush_8u(uint8_t** ppDst, int32_t* pDstLen, LZSSState* pSta
  * What was decoded with the state before stays where the distances of a new stream can reach it: the caller who must
  * not give that away to the author of the next stream has to clear the state first.
  *
- * @param[in,out] pState  The state. One that was never used may hold anything.
+ * @param[in,out] pState  The state. One that was never used may hold anything; it is read nevertheless, which memory
+ *                        checkers may remark on.
  * @retval StatusOk           The state is ready.
  * @retval StatusNullPointer  `pState` is null.
  */

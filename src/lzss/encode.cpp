@@ -138,17 +138,9 @@ class Encoder {
                 ++position;
             } else {
                 out.match(match.length, match.distance);
-                const uint8_t* const end = p + match.length;
-                uint32_t count = 1;
-                if (match.distance == 1 && match.length >= kLeastRun) {
-                    // All but the last two positions have the hash of the first.
-                    count = match.length - kUnhashed;
-                    chains_.enterRun(hash.last(), position + 1, count - 1);
-                    hash = RollingHash(p + count);
-                }
-                p += count;
-                position += count;
-                for (; p < end; ++p, ++position) chains_.enter(hash.at(p), position);
+                enterInside(match, hash, p, position);
+                p += match.length;
+                position += match.length;
             }
             room = out.emit();
         } while (room && p < searchEnd);
@@ -156,6 +148,21 @@ class Encoder {
         in_.next = in_.history + (p - in_.history);
         position_ = position;
         return room;
+    }
+
+    // Enters the positions of a match behind the first, which is at `p` and has `position`.
+    [[gnu::always_inline]] void enterInside(const Match& match, RollingHash& hash, const uint8_t* p,
+                                            uint32_t position) const noexcept {
+        const uint8_t* const end = p + match.length;
+        uint32_t entered = 1;
+        if (match.distance == 1 && match.length >= kLeastRun) {
+            // All but the last two have the hash of the first.
+            entered = match.length - kUnhashed;
+            chains_.enterRun(hash.last(), position + 1, entered - 1);
+            hash = RollingHash(p + entered);
+        }
+        position += entered;
+        for (p += entered; p < end; ++p, ++position) chains_.enter(hash.at(p), position);
     }
 
     EncoderState& state_;

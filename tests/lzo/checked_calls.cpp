@@ -100,7 +100,7 @@ AssertionResult DecoderCheck::decodeOnce(Entry entry, Guard guard, ByteView sour
         return AssertionFailure() << "status " << status << " instead of " << expected_.status;
     }
     if (!target.intact()) return AssertionFailure() << "written outside the destination";
-    if (difference(guarded, source) != "") return AssertionFailure() << "the source was written to";
+    if (!difference(guarded, source).empty()) return AssertionFailure() << "the source was written to";
     if (status != StatusOk) {
         return written == capacity ? AssertionSuccess()
                                    : AssertionFailure() << "the length was changed to " << written << " by a failure";
@@ -152,7 +152,7 @@ AssertionResult EncoderCheck::encodeOnce(Guard guard, uint32_t mode, ByteView so
                                   << "; expected " << expected.bytes.size() << ")";
     }
     if (!target.intact()) return AssertionFailure() << "written outside the destination";
-    if (difference(guarded, source) != "") return AssertionFailure() << "the source was written to";
+    if (!difference(guarded, source).empty()) return AssertionFailure() << "the source was written to";
     if (written > capacity) return AssertionFailure() << "written " << written << ", more than fits";
     stream_.assign(target.bytes.begin(), target.bytes.begin() + written);
     const std::string text = difference(stream_, expected.bytes);

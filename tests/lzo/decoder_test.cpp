@@ -88,7 +88,7 @@ TEST_F(LzoDecoder, RunsBehindMatches) {
 
 TEST_F(LzoDecoder, MatchesOfEveryShortLengthAtEveryShortDistance) {
     for (int64_t distance = 1; distance <= 80; ++distance) {
-        for (int64_t length = 3; length <= 90; ++length) {
+        for (int64_t length = 3; length <= 90; length += length < 40 ? 1 : 7) {
             const auto behind = (distance + length) % 4;
             StreamBuilder builder;
             builder.first(100);

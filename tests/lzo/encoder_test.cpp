@@ -42,7 +42,7 @@ TEST_F(LzoEncoder, WritesThePredictedStreamAroundTheEndsOfChunks) {
         SCOPED_TRACE(kind.name);
         const Bytes sample = kind.make(100000, 82);
         for (const std::size_t chunks : {49152U, 98304U}) {
-            for (const std::size_t behind : {0U, 1U, 2U, 3U, 4U, 20U, 21U, 24U, 25U, 26U, 100U}) {
+            for (const std::size_t behind : {0U, 1U, 4U, 20U, 24U, 25U}) {
                 ASSERT_NO_FATAL_FAILURE(check(ByteView(sample).first(chunks + behind))) << chunks + behind;
                 ASSERT_NO_FATAL_FAILURE(check(ByteView(sample).first(chunks - behind))) << chunks - behind;
             }

@@ -42,7 +42,7 @@ class LzoFullDestination : public ::testing::Test {
 TEST_F(LzoFullDestination, EveryCapacityOfShortSources) {
     for (const SampleKind& kind : sampleKinds()) {
         SCOPED_TRACE(kind.name);
-        for (const std::size_t size : {1U, 3U, 4U, 13U, 14U, 18U, 19U, 20U, 60U, 238U, 239U, 256U, 400U, 600U}) {
+        for (const std::size_t size : {1U, 3U, 4U, 13U, 14U, 18U, 20U, 60U, 239U, 400U}) {
             const Bytes source = kind.make(size, 91);
             for (const uint32_t mode : {kStandardMode, kFastMode}) {
                 for (uint64_t capacity = 0; capacity <= roomFor(size); ++capacity) {

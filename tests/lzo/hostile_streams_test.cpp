@@ -20,19 +20,24 @@ class TrustingCheck {
   public:
     void run(ByteView source, std::size_t capacity) {
         const std::span<uint8_t> guarded = source_.take(source);
-        const std::span<uint8_t> memory = target_.take(kReach + capacity);
-        std::fill(memory.begin(), memory.begin() + kReach, uint8_t{0});
+        if (capacity != capacity_) {
+            memory_ = target_.take(kReach + capacity);
+            std::fill(memory_.begin(), memory_.begin() + kReach, uint8_t{0});
+            capacity_ = capacity;
+        }
         auto written = static_cast<uint32_t>(capacity);
-        EXPECT_EQ(callDecoder(Entry::Trusting, guarded, memory.subspan(kReach), &written), StatusOk);
+        EXPECT_EQ(callDecoder(Entry::Trusting, guarded, memory_.subspan(kReach), &written), StatusOk);
         EXPECT_LE(written, capacity);
-        EXPECT_TRUE(std::all_of(memory.begin(), memory.begin() + kReach, [](uint8_t b) { return b == 0; }))
-            << "written in front of the destination";
+        EXPECT_TRUE(std::equal(zeros_.begin(), zeros_.end(), memory_.begin())) << "written in front of the destination";
     }
 
   private:
     static constexpr std::size_t kReach = 49151;
     GuardedArena source_{Guard::After};
     GuardedArena target_{Guard::After};
+    std::span<uint8_t> memory_;
+    std::size_t capacity_ = SIZE_MAX;
+    const Bytes zeros_ = Bytes(kReach, 0);
 };
 
 class LzoHostile : public ::testing::Test {
@@ -71,7 +76,7 @@ TEST_F(LzoHostile, EveryShortSourceDecodesAsTheReferenceSays) {
     for (const Bytes& front : {StreamBuilder().first(30).stream(), StreamBuilder().first(30).shortMatch(9, 3).stream(),
                                StreamBuilder().first(30).shortMatch(9, 3, 1).stream()}) {
         for (unsigned a = 0; a < 256; ++a) {
-            for (unsigned b = 0; b < 256; b += 1 + b % 3) {
+            for (unsigned b = a % 3; b < 256; b += 1 + (a + b) % 5) {
                 Bytes source = front;
                 source.push_back(static_cast<uint8_t>(a));
                 source.push_back(static_cast<uint8_t>(b));

@@ -11,12 +11,12 @@ namespace {
 std::vector<Bytes> sources() {
     std::vector<Bytes> all;
     for (const SampleKind& kind : sampleKinds()) {
-        const Bytes sample = kind.make(150000, 95);
-        for (const std::ptrdiff_t size : {1, 4, 13, 14, 18, 30, 50, 300, 4000, 49152, 49153, 150000}) {
+        const Bytes sample = kind.make(100000, 95);
+        for (const std::ptrdiff_t size : {1, 4, 13, 14, 18, 30, 50, 300, 4000, 49152, 49153, 100000}) {
             all.emplace_back(sample.begin(), sample.begin() + size);
         }
     }
-    for (CorpusFile& file : corpusFiles(300000)) all.push_back(std::move(file.bytes));
+    for (CorpusFile& file : corpusFiles(120000)) all.push_back(std::move(file.bytes));
     return all;
 }
 

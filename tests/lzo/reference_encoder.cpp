@@ -132,11 +132,11 @@ bool standardBody(ByteView source, Stream& stream) {
     const std::size_t n = source.size();
     std::size_t anchor = 0;
     if (n < 14) return lastRun(source, anchor, stream);
-    std::vector<std::size_t> slots(32768, 0);
+    std::vector<uint32_t> slots(32768, 0);
     for (std::size_t p = 4; p < n - 13;) {
-        std::size_t& slot = slots[hash(source, p) & 0x7FFF];
+        uint32_t& slot = slots[hash(source, p) & 0x7FFF];
         const std::size_t candidate = slot;
-        slot = p;
+        slot = static_cast<uint32_t>(p);
         if (candidate == 0 || p - candidate > 0xBFFF || !sameFour(source, candidate, p)) {
             ++p;
             continue;
@@ -167,11 +167,11 @@ Encoded encodeFast(ByteView source, uint64_t capacity) {
     for (std::size_t begin = 0; begin < n; begin += 49152) {
         const std::size_t size = std::min<std::size_t>(49152, n - begin);
         if (size + size / 128 + 4 > stream.room()) return full();
-        std::vector<std::size_t> slots(16384, 0);
+        std::vector<uint32_t> slots(16384, 0);
         for (std::size_t p = 4; p + 20 < size;) {
-            std::size_t& slot = slots[hash(source, begin + p) & 0x3FFF];
+            uint32_t& slot = slots[hash(source, begin + p) & 0x3FFF];
             const std::size_t candidate = slot;
-            slot = p;
+            slot = static_cast<uint32_t>(p);
             if (!sameFour(source, begin + candidate, begin + p)) {
                 ++misses;
                 p += 1 + misses / 32;

@@ -69,11 +69,13 @@
 #include "ozrdc/result.hpp"
 #include "ozrdc/zfp.hpp"
 
-namespace ozrdc::inline v11 {
+namespace ozrdc {
+inline namespace v11 {
 
 /// The version record of the library.
 [[nodiscard]] inline const LibraryVersion& version() noexcept { return *ozrdcGetLibVersion(); }
 
-}  // namespace ozrdc::inline v11
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_HPP

@@ -17,7 +17,8 @@
 
 #include "result.hpp"
 
-namespace ozrdc::inline v11 {
+namespace ozrdc {
+inline namespace v11 {
 
 /// Types of one byte that stand for nothing but their bits.
 template <typename T>
@@ -122,7 +123,8 @@ Result<void> finish(S& stream, Buffer room, Sink&& sink) {
     }
 }
 
-}  // namespace ozrdc::inline v11
+}  // namespace v11
+}  // namespace ozrdc
 
 // Views are borrowed from, as spans are.
 template <>

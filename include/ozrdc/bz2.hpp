@@ -18,7 +18,9 @@
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::bz2 {
+namespace ozrdc {
+inline namespace v11 {
+namespace bz2 {
 
 /// For every byte value, 1 if it occurs in a block and 0 if not.
 using InUse = std::array<uint8_t, 256>;
@@ -553,6 +555,8 @@ class BlockDecoder {
     std::size_t maxBlockSize_ = 0;
 };
 
-}  // namespace ozrdc::inline v11::bz2
+}  // namespace bz2
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_BZ2_HPP

@@ -9,7 +9,8 @@
 
 #include "bytes.hpp"
 
-namespace ozrdc::inline v11 {
+namespace ozrdc {
+inline namespace v11 {
 
 /// A running checksum: bytes in pieces of any size give the same value as in one. Copies go on independently.
 ///
@@ -58,6 +59,7 @@ using Adler32 = RunningChecksum<ozrsAdler32_8u, 1, 0>;
 [[nodiscard]] inline uint32_t crc32c(Bytes bytes) noexcept { return Crc32c().update(bytes).value(); }
 [[nodiscard]] inline uint32_t adler32(Bytes bytes) noexcept { return Adler32().update(bytes).value(); }
 
-}  // namespace ozrdc::inline v11
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_CHECKSUM_HPP

@@ -20,7 +20,9 @@
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::deflate {
+namespace ozrdc {
+inline namespace v11 {
+namespace deflate {
 
 /// The farthest that a match reaches back, and one.
 inline constexpr std::size_t windowSize = 32768;
@@ -688,6 +690,8 @@ inline Result<Buffer> encodeFast(Bytes source, Buffer target) noexcept {
     return Buffer(target.first(size));
 }
 
-}  // namespace ozrdc::inline v11::deflate
+}  // namespace deflate
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_DEFLATE_HPP

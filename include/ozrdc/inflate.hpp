@@ -17,7 +17,9 @@
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::inflate {
+namespace ozrdc {
+inline namespace v11 {
+namespace inflate {
 
 /// The farthest that a match reaches back.
 inline constexpr std::size_t windowSize = 32768;
@@ -387,6 +389,8 @@ class Decoder {
     detail::Memory memory_;
 };
 
-}  // namespace ozrdc::inline v11::inflate
+}  // namespace inflate
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_INFLATE_HPP

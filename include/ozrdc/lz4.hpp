@@ -13,7 +13,9 @@
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::lz4 {
+namespace ozrdc {
+inline namespace v11 {
+namespace lz4 {
 
 /// The most bytes that a block of so many source bytes takes.
 [[nodiscard]] constexpr std::size_t encodedBound(std::size_t sourceSize) noexcept {
@@ -31,9 +33,9 @@ using namespace v11::detail;
 
 inline constexpr Failure kTooLong{StatusSizeError};
 
-/// The encoders that do not check their room are for destinations of this size.
+/// The encoders that do not check their room are for destinations of this size, and blocks whose size they can tell.
 constexpr bool hasRoomForAnything(std::size_t sourceSize, std::size_t room) noexcept {
-    return room >= encodedBound(sourceSize) && fits<int32_t>(room);
+    return room >= encodedBound(sourceSize) && fits<int32_t>(encodedBound(sourceSize));
 }
 
 /// What an encoder that stops at the end of its room has made of the whole source.
@@ -45,7 +47,7 @@ inline Result<Buffer> wholeBlock(Status status, bool whole, Buffer target, int32
 
 }  // namespace detail
 
-/// Encodes all of the source as one block. The result is the part of the destination that holds it.
+/// Encodes all of the source, one byte at least, as one block. The result is the part of the destination that holds it.
 ///
 /// With `encodedBound` bytes of room it cannot fail for lack of room, and is fastest. With less,
 /// `StatusDestinationFull` says that the block did not fit.
@@ -290,6 +292,8 @@ class HighEncoder {
     int32_t level_ = 9;
 };
 
-}  // namespace ozrdc::inline v11::lz4
+}  // namespace lz4
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_LZ4_HPP

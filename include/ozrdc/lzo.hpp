@@ -7,10 +7,14 @@
 
 #include <ozrdc.h>
 
+#include <cstring>
+
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::lzo {
+namespace ozrdc {
+inline namespace v11 {
+namespace lzo {
 
 namespace detail {
 
@@ -29,6 +33,11 @@ inline bool statesNoMoreThan(std::size_t capacity, Bytes source) noexcept {
 /// The most bytes that a stream of so many source bytes takes.
 [[nodiscard]] constexpr std::size_t encodedBound(std::size_t sourceSize) noexcept {
     return sourceSize + sourceSize / 16 + 67;
+}
+
+/// The same for a container of so many parts.
+[[nodiscard]] constexpr std::size_t containerBound(std::size_t sourceSize, uint32_t parts) noexcept {
+    return sourceSize + sourceSize / 16 + std::size_t{parts} * (67 + 4) + 7;
 }
 
 /// Decodes streams, or a container, that may be damaged. The result is the part of the destination that holds the
@@ -77,14 +86,25 @@ class Encoder {
         ozrsEncodeLZOInit_8u(number, 0, encoder.state());
         return encoder;
     }
+    /// For containers of 1 to 32 parts, each of which is a stream that can be decoded alone.
+    static Result<Encoder> createContainer(uint32_t parts, Place place = Place::heap()) noexcept {
+        if (parts < 1 || parts > 32) return Failure{StatusBadArgument};
+        Result<Encoder> encoder = create(Method::standard, place);
+        if (!encoder) return encoder;
+        // No method stands for containers: their mode and the number of parts begin the state.
+        constexpr uint32_t containerMode = 1;
+        std::memcpy(encoder->memory_.bytes(), &containerMode, sizeof containerMode);
+        std::memcpy(encoder->memory_.bytes() + sizeof containerMode, &parts, sizeof parts);
+        return encoder;
+    }
     static std::size_t memorySize() noexcept {
         uint32_t size = 0;
         ozrsEncodeLZOGetSize(static_cast<uint32_t>(Method::standard), 0, &size);
         return Place::sizeFor(size);
     }
 
-    /// Encodes all of the source as one stream, or fails with `StatusDestinationFull`. An empty source is encoded as
-    /// nothing.
+    /// Encodes all of the source as one stream, or as a container, or fails with `StatusDestinationFull`. An empty
+    /// source is encoded as nothing.
     Result<Buffer> encode(Bytes source, Buffer target) noexcept {
         if (!detail::fits<uint32_t>(source.size())) return Failure{StatusSizeError};
         auto size = detail::clamped<uint32_t>(target.size());
@@ -100,6 +120,8 @@ class Encoder {
     detail::Memory memory_;
 };
 
-}  // namespace ozrdc::inline v11::lzo
+}  // namespace lzo
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_LZO_HPP

@@ -12,7 +12,9 @@
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::lzss {
+namespace ozrdc {
+inline namespace v11 {
+namespace lzss {
 
 /// The most bytes that a stream of so many source bytes takes.
 [[nodiscard]] constexpr std::size_t encodedBound(std::size_t sourceSize) noexcept {
@@ -135,6 +137,8 @@ class Decoder {
     detail::Memory memory_;
 };
 
-}  // namespace ozrdc::inline v11::lzss
+}  // namespace lzss
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_LZSS_HPP

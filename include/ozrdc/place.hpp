@@ -12,7 +12,8 @@
 
 #include "bytes.hpp"
 
-namespace ozrdc::inline v11 {
+namespace ozrdc {
+inline namespace v11 {
 
 namespace detail {
 
@@ -89,6 +90,7 @@ class Place {
     bool onHeap_;
 };
 
-}  // namespace ozrdc::inline v11
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_PLACE_HPP

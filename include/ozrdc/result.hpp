@@ -16,7 +16,8 @@
 #include <type_traits>
 #include <utility>
 
-namespace ozrdc::inline v11 {
+namespace ozrdc {
+inline namespace v11 {
 
 /// The values of `Status` as an enumeration of their own, to compare a std::error_code with:
 /// `if (result.error() == ozrdc::Errc::destinationFull)`.
@@ -239,7 +240,8 @@ constexpr Result<void> complete(Status status) noexcept {
 }
 
 }  // namespace detail
-}  // namespace ozrdc::inline v11
+}  // namespace v11
+}  // namespace ozrdc
 
 template <>
 struct std::is_error_code_enum<ozrdc::Errc> : std::true_type {};

@@ -10,7 +10,9 @@
 #include "bytes.hpp"
 #include "place.hpp"
 
-namespace ozrdc::inline v11::zfp {
+namespace ozrdc {
+inline namespace v11 {
+namespace zfp {
 
 /// What is kept of each block. The stream does not say: the decoder must be given the parameters of the encoder.
 struct Parameters {
@@ -162,6 +164,8 @@ class Decoder {
     detail::Memory memory_;
 };
 
-}  // namespace ozrdc::inline v11::zfp
+}  // namespace zfp
+}  // namespace v11
+}  // namespace ozrdc
 
 #endif  // OZRDC_ZFP_HPP

@@ -41,6 +41,22 @@ TEST(FaceLzo, TellsWhatIsWrong) {
     EXPECT_EQ(lzo::Encoder::create(static_cast<lzo::Method>(3)).status(), StatusBadArgument);
 }
 
+TEST(FaceLzo, ContainersGoBothWays) {
+    const Data source = sampleKind("random").make(10007, 1);  // takes the most room
+    for (const uint32_t parts : {1U, 3U, 32U}) {
+        auto encoder = lzo::Encoder::createContainer(parts).value();
+        GuardedBuffer target(lzo::containerBound(source.size(), parts));
+        const auto container = encoder.encode(source, target);
+        ASSERT_TRUE(container) << message(container.status());
+        EXPECT_EQ((*container)[0], std::byte{0x55});
+        EXPECT_EQ((*container)[1], static_cast<std::byte>(parts));
+        Data decoded(source.size());
+        EXPECT_EQ(copy(lzo::decode(*container, decoded).value()), source);
+    }
+    EXPECT_EQ(lzo::Encoder::createContainer(0).status(), StatusBadArgument);
+    EXPECT_EQ(lzo::Encoder::createContainer(33).status(), StatusBadArgument);
+}
+
 TEST(FaceLzo, AContainerThatStatesMoreThanTheRoomIsRefused) {
     Data container{0x55, 1, 0x54, 0, 0, 0, 1};  // 16 MB in one part
     container.insert(container.end(), {18, 'a', 0x11, 0, 0});

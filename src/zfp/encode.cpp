@@ -146,7 +146,7 @@ constexpr unsigned kDoubledAtOnce = 16;
     }
     // The last one is known to be the last by the 0 behind it; of the last coefficient of all even the one is implied.
     auto last = static_cast<unsigned>(kValues - 1 - static_cast<unsigned>(std::countl_zero(others)));
-    uint64_t rest = others ^ uint64_t { 1 } << last;
+    uint64_t rest = others ^ (uint64_t{1} << last);
     const unsigned found = significant + last + 1;
     out.put(lowBits(plane, significant) | uint64_t{1} << significant, significant + 1);  // and the first test
     for (; rest >> kDoubledAtOnce != 0; rest >>= kDoubledAtOnce, last -= kDoubledAtOnce) {

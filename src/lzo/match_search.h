@@ -48,9 +48,11 @@ struct Dictionary {
 
     // Reads the slot of a word and enters something else there.
     [[gnu::always_inline]] int64_t exchange(uint32_t word, int64_t entry) const noexcept {
-        uint8_t* const slot = slots + (crcHash(0, word) & kMask) * sizeof(Entry);
-        const int64_t previous = load<Entry>(slot);
-        store(slot, static_cast<Entry>(entry));
+        const uint64_t slot = crcHash(0, word) & kMask;
+        const int64_t previous = load<Entry>(slots + slot * sizeof(Entry));
+        // The load is on the way from one match to the next. If the compiler saw that the store goes to the same
+        // address, it would compute the address first, and the load would wait for that.
+        store(slots + opaque(slot) * sizeof(Entry), static_cast<Entry>(entry));
         return previous;
     }
 };

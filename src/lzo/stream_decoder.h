@@ -89,7 +89,7 @@ inline bool decodeMatch(Cursor& at, const Source src, const Destination dst, uns
     uint64_t length;
     uint64_t distance;
     unsigned literals = first;
-    if (first >= kMiddleClass / 2 && first < kShortClass) {
+    if (first >= kLongClass && first < kShortClass) {
         const bool isLong = first < kMiddleClass;
         const unsigned mask = isLong ? kLongLengthMask : kMiddleLengthMask;
         length = (first & mask) + kLengthBias;

@@ -23,6 +23,9 @@ namespace ozrdc::lz4 {
 // The farthest that a match of this encoder lies back, one less than the format allows.
 constexpr uint64_t kMaxChainDistance = 65534;
 
+// A second match is searched so many bytes before the end of the first.
+constexpr int64_t kSecondOverlap = 2;
+
 // The caller's tables of 32-bit positions, at any address.
 struct ChainTables {
     static constexpr uint32_t kHeads = 32768;
@@ -159,10 +162,11 @@ struct WiderWalk : Walk {
     const uint8_t* matchLimit;
     int64_t mostBack;
     int64_t length;
-    int64_t leastBefore;  // how many bytes in front of a candidate let its words be compared
+    const uint8_t* wordsFrom;  // from there on, candidates have words on both sides
     __m128i ahead;
     __m128i back = _mm_setzero_si128();
     uint32_t stop;  // a bit that ends the count where the match must begin
+    bool hasWordBack;
 
     WiderWalk(const Walk& walk, const uint8_t* lowest, int64_t lengthSoFar, const Bytes& bytes,
               const uint8_t* limit) noexcept
@@ -170,44 +174,56 @@ struct WiderWalk : Walk {
           matchLimit(limit),
           mostBack(p - lowest),
           length(lengthSoFar),
-          leastBefore(p - bytes.begin >= kWord ? kWord : INT64_MAX),
+          wordsFrom(bytes.end),
           ahead(load128(p)),
-          stop(mostBack < kWord ? uint32_t{1} << (kWord - 1 - mostBack) : 0) {
-        if (leastBefore == kWord) back = load128(p - kWord);
+          stop(mostBack < kWord ? uint32_t{1} << (kWord - 1 - mostBack) : 0),
+          hasWordBack(p - bytes.begin >= kWord) {
+        if (!hasWordBack) return;
+        wordsFrom = bytes.begin + kWord;
+        back = load128(p - kWord);
     }
 
     [[gnu::always_inline]] bool consider(const CandidateBytes& from, int64_t distance) noexcept {
-        if (from.at - from.begin >= leastBefore && (Bytes::kOnePiece || from.end - from.at >= kWord)) [[likely]] {
+        if (hasWords(from)) [[likely]] {
             const uint32_t differBack = differences(back, from.at - kWord) | stop;
             const uint32_t differAhead = differences(ahead, from.at);
             if (differBack != 0 && differAhead != 0) [[likely]] {
                 const int equal = __builtin_ctz(differAhead) + __builtin_clz(differBack) - (32 - kWord);
-                if (equal <= length) [[likely]]
+                if (equal <= static_cast<int>(length)) [[likely]]
                     return true;
             }
         }
-        return measure(from, distance);
+        const int64_t most = std::min(matchLimit - p, from.end - from.at);
+        const Reach reach = measure(p, from.at, most, std::min(mostBack, from.at - from.begin), length - mostBack);
+        if (reach.ahead + reach.back <= length) return true;
+        length = reach.ahead + reach.back;
+        best = {p - reach.back, length, distance};
+        return length < mostBack + (matchLimit - p);
     }
 
   private:
+    struct Reach {
+        int64_t ahead;
+        int64_t back;
+    };
+
+    [[gnu::always_inline]] bool hasWords(const CandidateBytes& from) const noexcept {
+        if constexpr (Bytes::kOnePiece) return from.at >= wordsFrom;
+        return hasWordBack && from.at - from.begin >= kWord && from.end - from.at >= kWord;
+    }
+
     // A bit for each of 16 bytes that are not the same.
     [[gnu::always_inline]] static uint32_t differences(__m128i bytes, const uint8_t* other) noexcept {
         const int equal = _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, load128(other)));
         return static_cast<uint32_t>(equal) ^ 0xFFFF;
     }
 
-    // The same, to the end of the match.
-    [[gnu::always_inline]] bool measure(const CandidateBytes& from, int64_t distance) noexcept {
-        // A longer match goes on that far, wherever it begins.
-        const int64_t least = length - mostBack;
-        const int64_t most = std::min(matchLimit - p, from.end - from.at);
-        if (least >= most || (least >= 0 && from.at[least] != p[least])) return true;
-        const int64_t n = getboundlong(p, from.at, 0, most);
-        const int64_t total = n + commonSuffix(p, from.at, std::min(mostBack, from.at - from.begin));
-        if (total <= length) return true;
-        length = total;
-        best = {p - (total - n), total, distance};
-        return length < mostBack + (matchLimit - p);
+    // The equal bytes on both sides; none if the byte `needed` bytes ahead differs, which a longer match has, wherever
+    // it begins.
+    [[gnu::always_inline]] static Reach measure(const uint8_t* p, const uint8_t* from, int64_t mostAhead,
+                                                int64_t mostBack, int64_t needed) noexcept {
+        if (needed >= mostAhead || (needed >= 0 && from[needed] != p[needed])) return {0, 0};
+        return {getboundlong(p, from, 0, mostAhead), commonSuffix(p, from, mostBack)};
     }
 };
 
@@ -224,7 +240,7 @@ class ChainSearch {
         LongestWalk<Bytes> walk(walkAt(p), matchLimit_);
         if (!step(walk)) return walk.best;
         // The nearest candidate often has the longest match already: then the next walk begins near its end.
-        touch(p + walk.length - kOverlapTouched);
+        touch(p + walk.length - kSecondOverlap);
         finish(walk, attempts_ - 1);
         return walk.best;
     }
@@ -241,8 +257,6 @@ class ChainSearch {
     }
 
   private:
-    static constexpr int64_t kOverlapTouched = 2;
-
     // Begins to fetch what a walk at `p` will need first.
     [[gnu::always_inline]] void touch(const uint8_t* p) const noexcept {
         const uint64_t candidate = load32(tables_.head(p));
@@ -281,12 +295,17 @@ class ChainSearch {
 
     // Enters the positions in front of `p`.
     [[gnu::always_inline]] void enterUpTo(const uint8_t* p) noexcept {
-        for (; cursor_ < p; ++cursor_) {
-            const auto position = static_cast<uint64_t>(cursor_ - bytes_.base);
-            uint8_t* const head = tables_.head(cursor_);
-            store32(tables_.link(position), load32(head));
+        // Copies, because the compiler must assume that the stores change members.
+        const ChainTables tables = tables_;
+        const uint8_t* const base = bytes_.base;
+        const uint8_t* next = cursor_;
+        for (; next < p; ++next) {
+            const auto position = static_cast<uint64_t>(next - base);
+            uint8_t* const head = tables.head(next);
+            store32(tables.link(position), load32(head));
             store32(head, static_cast<uint32_t>(position));
         }
+        cursor_ = next;
     }
 
     ChainTables tables_;

@@ -18,23 +18,21 @@
 namespace ozrdc::lz4 {
 namespace {
 
-constexpr int64_t kMatchMargin = 5;  // matches leave that many bytes at the end of the source alone
-constexpr int64_t kSearchEnd = 13;   // no search begins in that many bytes at the end
-constexpr int64_t kMinBlock = 15;    // shorter sources are one run of literals: there is no place to search
-static_assert(kMinBlock == kSearchEnd + 2);
+constexpr int64_t kMatchMargin = 5;        // matches leave that many bytes at the end of the source alone
+constexpr int64_t kSearchMarginHigh = 13;  // no search begins in that many bytes at the end
+constexpr int64_t kMinBlock = 15;          // shorter sources are one run of literals: there is no place to search
+static_assert(kMinBlock == kSearchMarginHigh + 2);
 
 constexpr int32_t kDefaultLevel = 9;
 constexpr int32_t kLowestLevel = 1;
 constexpr int32_t kHighestLevel = 9;
 
-// Where the second and the third search begin: so many bytes before the end of the match before them.
-constexpr int64_t kSecondOverlap = 2;
+// A third match is searched so many bytes before the end of the second.
 constexpr int64_t kThirdOverlap = 3;
 
-// The longest match that one token without an extension codes.
-constexpr int64_t kCheapMatch = kMinMatch + kNibbleMax - 1;
-// A first match of that length is worth as much as a longer one where a second match follows.
-constexpr int64_t kWorthwhile = kCheapMatch;
+// The longest match that a token codes without an extension: where a second match follows, a first one of that length
+// is worth as much as a longer one.
+constexpr int64_t kWorthwhile = kMinMatch + kNibbleMax - 1;
 // A second match that begins in fewer bytes than this replaces the first.
 constexpr int64_t kLeastFirst = 3;
 
@@ -62,7 +60,7 @@ class Parser {
         : search_(search),
           writer_(writer),
           anchor_(source),
-          searchEnd_(source + srcLen - kSearchEnd),
+          searchEnd_(source + srcLen - kSearchMarginHigh),
           end_(source + srcLen) {}
 
     // Writes the block; false if a sequence did not fit.

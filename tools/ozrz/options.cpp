@@ -123,7 +123,8 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_flag("-d,--decompress", decompress, "decompress")->group(group);
     app.add_flag("-t,--test", test, "decompress, check, and write nothing")->group(group);
     app.add_flag("-l,--list", list, "show format, sizes, ratio and check")->group(group);
-    app.add_flag("--recover", options.recover, "decompress what is intact of damaged files (bzip2, lzss)")->group(group);
+    app.add_flag("--recover", options.recover, "decompress what is intact of damaged files (bzip2, lzss)")
+        ->group(group);
 
     group = "Where results go";
     bool keep = false;
@@ -143,15 +144,13 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     app.add_option("-F,--format", formatName, "the format (default: by suffix of -o, else lz4)")
         ->type_name("NAME")
         ->group(group);
-    app.add_flag("-1{1},-2{2},-3{3},-4{4},-5{5},-6{6},-7{7},-8{8},-9{9}", options.level,
-                 "level, fast to small")
+    app.add_flag("-1{1},-2{2},-3{3},-4{4},-5{5},-6{6},-7{7},-8{8},-9{9}", options.level, "level, fast to small")
         ->group(group);
     app.add_flag("--fast{1}", options.acceleration, "faster and larger; N from 1 (default) upwards")
         ->type_name("[=N]")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()))
         ->group(group);
-    app.add_flag("-n{false},--no-name{false}", options.storeName,
-                 "store neither name nor time of the file (gzip, lzo)")
+    app.add_flag("-n{false},--no-name{false}", options.storeName, "store neither name nor time of the file (gzip, lzo)")
         ->group(group);
     app.add_option("-D,--dictionary", options.dictionary, "dictionary; decompressing needs the same")
         ->type_name("FILE")

@@ -206,8 +206,8 @@ class InstructionWriter {
         const auto shortWord = static_cast<uint32_t>(((length - 1) << 5) + (coded & 7) * 4 + (coded >> 3 << 8));
         const auto otherWord = static_cast<uint32_t>(matchClass(distance).word + length + (lower << kLowerShift));
         // All ones if one of the two is too large for a short match: the sign of either difference.
-        const auto other = (int64_t{kShortDistanceMax} - static_cast<int64_t>(distance) |
-                            int64_t{kShortLengthMax} - static_cast<int64_t>(length)) >>
+        const auto other = ((int64_t{kShortDistanceMax} - static_cast<int64_t>(distance)) |
+                            (int64_t{kShortLengthMax} - static_cast<int64_t>(length))) >>
                            63;
         store32(op, shortWord ^ ((shortWord ^ otherWord) & static_cast<uint32_t>(other)));
         return op + 2 - other;

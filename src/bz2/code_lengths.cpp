@@ -62,8 +62,8 @@ unsigned huffmanDepths(const Leaves& leaves, size_t n, std::array<uint8_t, kMaxN
 // which it is taken.
 void packageMerge(const Leaves& leaves, size_t n, std::array<uint8_t, kMaxNodes>& lengths) noexcept {
     std::array<std::array<bool, kMaxNodes>, kMaxEncodedLength> isLeaf;
-    std::array<uint64_t, kMaxNodes> below;
-    std::array<uint64_t, kMaxNodes> items;
+    std::array<uint64_t, kMaxNodes> below{};
+    std::array<uint64_t, kMaxNodes> items{};
     size_t size = 0;
     for (auto& flags : isLeaf) {
         const size_t pairs = size / 2;

@@ -1,4 +1,5 @@
-// See the header.
+// Rounds of prefix doubling over the groups that are not in order yet. Each round but the last is preceded by a pass
+// from the end of the sequence to its beginning, which resolves repetitions of any length at once where it can.
 
 #include "bz2/doubling.h"
 

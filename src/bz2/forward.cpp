@@ -129,7 +129,7 @@ void sortAllByDoubling(const Block& block, uint8_t* scratch) noexcept {
         order[next[byte]] = i | (next[byte] > first[byte] ? kTied : 0);
         ++next[byte];
     }
-    bz2::sortByDoubling(order, order + block.n, block.n);
+    sortByDoubling(order, order + block.n, block.n);
     block.write(order);
 }
 

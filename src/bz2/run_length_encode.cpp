@@ -173,7 +173,9 @@ Status y8_ozrsEncodeRLE_BZ2_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_t*
                                RLEState* pState) noexcept {
     if (anyNull(ppSrc, pSrcLen, pDst, pDstLen) || anyNull(*ppSrc, pState)) return StatusNullPointer;
     if (*pSrcLen < 1 || *pDstLen < 1) return StatusSizeError;
-    Encoder encoder{*ppSrc, *ppSrc, *ppSrc + *pSrcLen, pDst, pDst + *pDstLen, pState->previous, pState->run};
+    // All that follows may rely on the length of the run, even if the state was never prepared.
+    const int32_t run = std::clamp(pState->run, 0, kLongestRun);
+    Encoder encoder{*ppSrc, *ppSrc, *ppSrc + *pSrcLen, pDst, pDst + *pDstLen, pState->previous, run};
     encoder.encode();
     InUseMarker(pState->inUse).mark(pDst, encoder.dst);
     pState->previous = encoder.previous;

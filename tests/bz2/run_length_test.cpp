@@ -363,6 +363,37 @@ TEST(RunLengths, BuffersMayEndAtAGuardInFront) {
     EXPECT_TRUE(back.slackIntact());
 }
 
+TEST(RunLengths, StatesThatWereNeverPreparedDoNoHarm) {
+    Random random(83);
+    const Bytes source = runSample(500, 6, 3, 7);
+    for (unsigned round = 0; round < 2000; ++round) {
+        GuardedBuffer state(kStateSize, Guard::After, round);
+        const auto number = [&] {
+            constexpr int32_t kNumbers[] = {-2147483647 - 1, -1000, -1, 0, 3, 4, 5, 259, 260, 1000, 2147483647};
+            return kNumbers[random.below(std::size(kNumbers))];
+        };
+        const int32_t numbers[] = {number(), number()};  // previous byte, length of the run
+        std::memcpy(state.data() + 256, numbers, sizeof numbers);
+        auto* const rle = reinterpret_cast<RLEState*>(state.data());
+        GuardedBuffer target(1 + random.below(600));
+        const uint8_t* at = source.data();
+        int32_t left = narrow(source.size());
+        int32_t length = narrow(target.size());
+        if (random.oneIn(2)) {
+            EXPECT_GE(ozrsEncodeRLE_BZ2_8u(&at, &left, target.data(), &length, rle), StatusOk);
+            EXPECT_LE(wide(length), target.size());
+        } else {
+            uint8_t* to = target.data();
+            EXPECT_GE(ozrsDecodeRLEState_BZ2_8u(&at, &left, &to, &length, rle), StatusOk);
+            EXPECT_EQ(to + length, target.data() + target.size());
+            EXPECT_GE(ozrsDecodeRLEStateFlush_BZ2_8u(rle, &to, &length), StatusOk);
+            EXPECT_EQ(to + length, target.data() + target.size());
+        }
+        EXPECT_EQ(at + left, source.data() + source.size());
+        EXPECT_TRUE(state.slackIntact());
+    }
+}
+
 TEST(RunLengths, TableMayOverlapTheState) {
     StateMemory state;
     ASSERT_EQ(ozrsEncodeRLEInit_BZ2_8u(state.get()), StatusOk);

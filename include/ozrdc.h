@@ -1022,7 +1022,9 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
  * | 7               | 4 * (P - 1) | length of each part but the last, little-endian             |
  * | 7 + 4 * (P - 1) | the rest    | the parts, one behind the other, each with its end marker   |
  *
- * Part k decodes to T / P bytes from offset k * (T / P) on, the last part to T mod P bytes more. A source is taken for
+ * Part k decodes to T / P bytes from offset k * (T / P) on, the last part to T mod P bytes more. In a damaged container
+ * a part may decode to less: what is left of its slice is unspecified then, and `*pDstLen`, the sum over all parts, is
+ * less than T. A source is taken for
  * a container if bytes 0 to 2 are as above and its first part, which must not reach behind the source, ends with the
  * end marker; everything else is a stream.
  *
@@ -1402,7 +1404,8 @@ Status ozrsDecodeRLEStateFlush_BZ2_8u(RLEState* pState, uint8_t** ppDst, int32_t
 Status ozrsBWTFwdGetSize_8u(int32_t len, int32_t* pSize) OZRDC_NOEXCEPT;
 
 /**
- * Sorts the rotations of a block. The time has a bound for every block, about that for ordinary data.
+ * Sorts the rotations of a block. Repetitive blocks take longer than ordinary ones, but never the square of their
+ * length, whatever they hold.
  *
  * @param[in]  pSrc           The block.
  * @param[out] pDst           Receives the last column, `len` bytes.
@@ -1785,7 +1788,8 @@ Status ozrsDecodeHuffGetSize_BZ2_8u16u(int32_t len, int32_t* pSize) OZRDC_NOEXCE
 Status ozrsDecodeHuffInit_BZ2_8u16u(int32_t alphaSize, HuffDecState* pState) OZRDC_NOEXCEPT;
 
 /**
- * Reads the description of the tables and builds them.
+ * Reads the description of the tables and builds them. Whole bytes that were read ahead are handed back, unless the
+ * source is used up.
  *
  * @param[in,out] pCode         Pending bits, left-aligned.
  * @param[in,out] pCodeLenBits  Their number, 0 to 32.

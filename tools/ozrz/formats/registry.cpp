@@ -17,9 +17,9 @@ Registry::Registry() {
     formats_.push_back(makeLz4Format());
     formats_.push_back(makeGzipFormat());
     formats_.push_back(makeBzip2Format());
-    formats_.push_back(makeZfpFormat());
     formats_.push_back(makeLzoFormat());
     formats_.push_back(makeLzssFormat());
+    formats_.push_back(makeZfpFormat());
     formats_.push_back(makeZlibFormat());
     formats_.push_back(makeDeflateFormat());
 }

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <fstream>
+#include <initializer_list>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -170,7 +171,8 @@ class FailingSource final : public Source {
 };
 
 TEST(ReadAhead, GivesAllOfASourceInOrder) {
-    for (const std::size_t size : {0, 1, 100'000, 131'072, 131'073, 262'144, 3'000'000}) {
+    for (const std::size_t size :
+         std::initializer_list<std::size_t>{0, 1, 100'000, 131'072, 131'073, 262'144, 3'000'000}) {
         const std::string contents = sample("mixed", size);
         for (const bool ahead : {false, true}) {
             MemorySource source({reinterpret_cast<const uint8_t*>(contents.data()), contents.size()});

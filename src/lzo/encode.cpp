@@ -13,6 +13,7 @@
 #include "core/entry_points.h"
 #include "core/match_length.h"
 #include "core/opaque.h"
+#include "lzo/buffers.h"
 #include "lzo/container.h"
 #include "lzo/format.h"
 #include "lzo/instruction_writer.h"
@@ -21,18 +22,6 @@
 
 namespace ozrdc::lzo {
 namespace {
-
-struct Source {
-    const uint8_t* begin;
-    const uint8_t* end;
-
-    [[nodiscard]] int64_t length() const noexcept { return end - begin; }
-};
-
-struct Destination {
-    uint8_t* begin;
-    uint8_t* end;
-};
 
 // Whether a stretch of the source has a position that is searched.
 template <class Search>

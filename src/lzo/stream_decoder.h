@@ -17,19 +17,10 @@
 #include "core/match_copy.h"
 #include "core/opaque.h"
 #include "core/unaligned.h"
+#include "lzo/buffers.h"
 #include "lzo/format.h"
 
 namespace ozrdc::lzo {
-
-struct Source {
-    const uint8_t* begin;
-    const uint8_t* end;
-};
-
-struct Destination {
-    uint8_t* begin;
-    uint8_t* end;
-};
 
 enum class Distances { Checked, Trusted };
 

@@ -2,9 +2,9 @@
 #include "lz4/checked_calls.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <string>
+
+#include "support/hex.h"
 
 namespace ozrdc::test::lz4 {
 namespace {
@@ -16,18 +16,6 @@ using ::testing::AssertionSuccess;
 // What lies around a destination within its guarded buffer; it must survive the call.
 constexpr std::size_t kFenceSize = 96;
 constexpr uint8_t kFence = 0x5A;
-
-std::string hex(ByteView bytes) {
-    constexpr std::size_t most = 400;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(bytes.size(), most); ++i) {
-        std::array<char, 4> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02x ", bytes[i]);
-        text += digits.data();
-    }
-    if (bytes.size() > most) text += "... (" + std::to_string(bytes.size()) + " bytes)";
-    return text;
-}
 
 // How two byte strings differ from an index on.
 std::string difference(ByteView ours, ByteView expected, std::size_t at) {

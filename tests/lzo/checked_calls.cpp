@@ -2,10 +2,10 @@
 #include "lzo/checked_calls.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <cstring>
 #include <string>
+
+#include "support/hex.h"
 
 namespace ozrdc::test::lzo {
 namespace {
@@ -17,18 +17,6 @@ using ::testing::AssertionSuccess;
 // What lies on the unguarded side of a destination; it must survive the call.
 constexpr std::size_t kFenceSize = 96;
 constexpr uint8_t kFence = 0x5A;
-
-std::string hex(ByteView bytes) {
-    constexpr std::size_t most = 300;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(bytes.size(), most); ++i) {
-        std::array<char, 4> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02x ", bytes[i]);
-        text += digits.data();
-    }
-    if (bytes.size() > most) text += "... (" + std::to_string(bytes.size()) + " bytes)";
-    return text;
-}
 
 // How two byte strings differ; nothing if they do not.
 std::string difference(ByteView ours, ByteView expected) {

@@ -159,6 +159,8 @@ STREAMS = {
 for name, stream in STREAMS.items():
     write("inflate", f"{name}_whole", struct.pack("<IIBBHB", 1, 1, 15, 15, 32767, 0) + stream)
     write("inflate", f"{name}_pieces", struct.pack("<IIBBHB", 2, 3, 3, 5, 32767, 2) + stream)
+    write("face_inflate", f"{name}_whole", bytes([255, 255]) + stream)
+    write("face_inflate", f"{name}_pieces", bytes([0, 1]) + stream)
 for seed in range(8):
     write("inflate", f"random_codes_{seed}", struct.pack("<IIBBHB", 4, seed, 5, 6, 3000, 1) + literals(200))
 
@@ -182,6 +184,8 @@ tables("too_many", 289, 31, 0, bytes(320))
 # --- Deflate sources --------------------------------------------------------------------------------------------------
 
 for number, (name, source) in enumerate({**SOURCES, "words": words(100)}.items()):
+    for level, sizes in ((0, 0x0303), (6, 0xFFFF), (17, 0x00FF), (30, 0x0000), (31, 0x3003)):
+        write("face_deflate", f"{name}_{level}", struct.pack("<BHB", level, sizes, 255 * (number % 2)) + source)
     for level in (0, 1, 4, 6, 9, 14, 40, 41):
         repetition = 250 if level % 2 else 0
         write(

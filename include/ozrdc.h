@@ -39,6 +39,11 @@ extern "C" {
 #define OZRDC_NOEXCEPT
 #endif
 
+/** @defgroup status Status
+ *
+ * What every function returns, but for the one that tells the version.
+ *  @{ */
+
 /** Result of a call: 0 success, below 0 an error, above 0 a warning. The values are the enumerators below. */
 typedef int32_t Status;
 
@@ -76,8 +81,10 @@ enum {
     StatusBrokenStream = -214
 };
 
+/** @} */
+
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Library
+/** @defgroup library Library
  *  @{ */
 
 /** What the library says of itself. All texts are NUL-terminated and constant. */
@@ -101,7 +108,7 @@ const LibraryVersion* ozrdcGetLibVersion(void) OZRDC_NOEXCEPT;
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Checksums
+/** @defgroup checksums Checksums
  *
  * Running checksums: the caller keeps the value and passes it from call to call, so that a long message may be given in
  * pieces of any size. Each call takes the fastest path that the processor offers; all paths give the same value.
@@ -168,7 +175,7 @@ Status ozrsCRC32C_8u(const uint8_t* pSrc, uint32_t len, uint32_t* pCRC) OZRDC_NO
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name LZ4 blocks
+/** @defgroup lz4 LZ4 blocks
  *
  * Encoders and decoders of single blocks of the published LZ4 block format. Frames, block headers and checksums are the
  * caller's.
@@ -323,7 +330,8 @@ Status ozrsEncodeLZ4Fast_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name LZ4 blocks with history
+/** @defgroup lz4_history LZ4 blocks with history
+ *  @ingroup lz4
  *
  * Encoders whose matches may reach into bytes that precede the source. `ozrsDecodeLZ4Dict_8u` reads their blocks, given
  * the same history.
@@ -487,7 +495,13 @@ Status ozrsEncodeLZ4HCDictLimit_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t*
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Deflate: match search
+/** @defgroup deflate Deflate
+ *
+ * The stages of an encoder of Deflate streams (RFC 1951), which the caller puts together: a match search, and the
+ * output of its records as Huffman codes. Or both at once, faster and less small.
+ */
+/** @defgroup deflate_search Deflate: match search
+ *  @ingroup deflate
  *
  * The first stage of a Deflate encoder: LZ77 over the caller's source, with a window and hash tables that the caller
  * keeps. The result is a list of records, and the frequencies of the symbols that they will become. A Huffman stage,
@@ -588,15 +602,28 @@ Status ozrsDeflateLZ77_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrc
  * At every position the longest match on the chain is taken, the nearest of equally long ones; without one, a literal.
  * (With `maxChain` 0, the match with the one position in question, if it is at least 3 bytes long.)
  *
- * The arguments are those of `ozrsDeflateLZ77_8u`, but for
- *
- * @param[in] pParams  Four values:
- *                     - 0, `maxChain`: earlier positions to look at; 0 selects the single probe, and the other values
- *                       do not matter then;
- *                     - 1, `goodLength`: with a match this long, a quarter of the positions not looked at yet is left,
- *                       rounded down, once a search;
- *                     - 2, `niceLength`: a match this long ends the search;
- *                     - 3, `maxLazy`: a longer match enters only its start in the tables, not the other positions.
+ * @param[in,out] ppSrc           The source; advanced by the bytes parsed.
+ * @param[in,out] pSrcLen         Its length in bytes; decreased by the bytes parsed.
+ * @param[in,out] pSrcIdx         Index of its first byte; advanced by the bytes parsed, and possibly lowered before.
+ * @param[in]     pWindow         The bytes in front of the source. Never null, but not read at index 0.
+ * @param[in]     winSize         Size of the window, 256 to 32768.
+ * @param[in,out] pHashHead       Latest index of each hash value: `hashSize` entries.
+ * @param[in,out] pHashPrev       Index before each index: `winSize` entries. Required, but not used with `maxChain` 0.
+ * @param[in]     hashSize        Number of hash values, 256 to 65536.
+ * @param[in,out] pLitFreqTable   286 counters of literals and length codes.
+ * @param[in,out] pDistFreqTable  30 counters of distance codes.
+ * @param[out]    pLitDst         Of each record the literal, or the match length less 3.
+ * @param[out]    pDistDst        Of each record 0, or the distance of the match.
+ * @param[in,out] pDstLen         In: records that fit in `pLitDst` and `pDistDst`. Out: decreased by those written.
+ * @param[in]     pParams         Four values:
+ *                                - 0, `maxChain`: earlier positions to look at; 0 selects the single probe, and the
+ *                                  other values do not matter then;
+ *                                - 1, `goodLength`: with a match this long, a quarter of the positions not looked at
+ *                                  yet is left, rounded down, once a search;
+ *                                - 2, `niceLength`: a match this long ends the search;
+ *                                - 3, `maxLazy`: a longer match enters only its start in the tables, not the other
+ *                                  positions.
+ * @param[in]     flush           2 and above: the source is the end of the stream.
  * @retval StatusOk           The pointers and lengths tell what was done.
  * @retval StatusNullPointer  A pointer, or `*ppSrc`, is null.
  * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
@@ -613,13 +640,26 @@ Status ozrsDeflateLZ77Fast_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_t* 
  * The longest match at a position, of 4 bytes at least, is held back until the next position has been searched: if that
  * one's is longer, the first position becomes a literal.
  *
- * The arguments are those of `ozrsDeflateLZ77_8u`, but for
- *
- * @param[in] pParams  Four values:
- *                     - 0, `maxChain`: earlier positions to look at;
- *                     - 1, `goodLength`: with a match this long held back, only a quarter of them, rounded down;
- *                     - 2, `niceLength`: a match this long ends the search;
- *                     - 3, `maxLazy`: with a match this long held back, the next position is not searched.
+ * @param[in,out] ppSrc           The source; advanced by the bytes parsed.
+ * @param[in,out] pSrcLen         Its length in bytes; decreased by the bytes parsed.
+ * @param[in,out] pSrcIdx         Index of its first byte; advanced by the bytes parsed, and possibly lowered before.
+ * @param[in]     pWindow         The bytes in front of the source. Never null, but not read at index 0.
+ * @param[in]     winSize         Size of the window, 256 to 32768.
+ * @param[in,out] pHashHead       Latest index of each hash value: `hashSize` entries.
+ * @param[in,out] pHashPrev       Index before each index: `winSize` entries.
+ * @param[in]     hashSize        Number of hash values, 256 to 65536.
+ * @param[in,out] pLitFreqTable   286 counters of literals and length codes.
+ * @param[in,out] pDistFreqTable  30 counters of distance codes.
+ * @param[out]    pLitDst         Of each record the literal, or the match length less 3.
+ * @param[out]    pDistDst        Of each record 0, or the distance of the match.
+ * @param[in,out] pDstLen         In: records that fit in `pLitDst` and `pDistDst`. Out: decreased by those written.
+ * @param[in]     pParams         Four values:
+ *                                - 0, `maxChain`: earlier positions to look at;
+ *                                - 1, `goodLength`: with a match this long held back, only a quarter of them, rounded
+ *                                  down;
+ *                                - 2, `niceLength`: a match this long ends the search;
+ *                                - 3, `maxLazy`: with a match this long held back, the next position is not searched.
+ * @param[in]     flush           2 and above: the source is the end of the stream.
  * @retval StatusOk           The pointers and lengths tell what was done.
  * @retval StatusNullPointer  A pointer, or `*ppSrc`, is null.
  * @retval StatusSizeError    `winSize` or `hashSize` is out of range.
@@ -676,7 +716,8 @@ Status ozrsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t dictLen, int32_
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Deflate: Huffman output
+/** @defgroup deflate_huffman Deflate: Huffman output
+ *  @ingroup deflate
  *
  * Turns the records of the match search into the symbols of a Deflate block (RFC 1951). The caller writes the block's
  * header before them and the end-of-block symbol behind them.
@@ -718,7 +759,8 @@ Status ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, int3
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Deflate: single pass
+/** @defgroup deflate_single_pass Deflate: single pass
+ *  @ingroup deflate
  *
  * The fastest way to a Deflate stream: from the bytes straight to the bits of one block, with one probe of a hash table
  * a position and no records between. The code is either the fixed one, or a dynamic one that was prepared from sample
@@ -895,7 +937,7 @@ Status ozrsDeflateLZ77Fastest_8u(const uint8_t** ppSrc, int32_t* pSrcLen, int32_
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Inflate
+/** @defgroup inflate Inflate
  *
  * The compressed blocks of Deflate streams (RFC 1951). The caller reads each block's header and handles stored blocks;
  * the library builds decoding tables from the code lengths of a dynamic block and decodes the symbols of a block, in as
@@ -1002,7 +1044,7 @@ Status ozrsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, uint32_t* pCode,
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name LZO1X
+/** @defgroup lzo LZO1X
  *
  * Encoder and decoders of the published LZO1X format, one buffer a call.
  *
@@ -1142,7 +1184,7 @@ Status ozrsEncodeLZO_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst, uin
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name LZSS
+/** @defgroup lzss LZSS
  *
  * A streaming codec with a bit stream of its own: matches of 3 to 258 bytes in the last 32767, one flag bit a token.
  * Tokens follow each other without anything between them, most significant bit first: a literal is a 1 and the byte, a
@@ -1261,10 +1303,13 @@ Status ozrsDecodeLZSS_8u(const uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDs
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Block sorting: run lengths
+/** @defgroup bz2 Block sorting
  *
  * The stages of a bzip2 compressor and decompressor, each a primitive of its own. The caller keeps the blocks, writes
  * and reads stream and block headers, and computes the CRCs with ozrsCRC32_BZ2_8u.
+ */
+/** @defgroup bz2_runs Block sorting: run lengths
+ *  @ingroup bz2
  *
  * The first stage of compression, and the last of decompression, is a run-length code: four equal bytes are followed by
  * one that counts how many more of them there are. A count is 0 to 255, so that one group stands for 4 to 259 bytes; a
@@ -1381,7 +1426,8 @@ Status ozrsDecodeRLEStateFlush_BZ2_8u(RLEState* pState, uint8_t** ppDst, int32_t
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Block sorting: the transform
+/** @defgroup bz2_transform Block sorting: the transform
+ *  @ingroup bz2
  *
  * The transform (of Burrows and Wheeler) sorts all rotations of a block, as strings of unsigned bytes, and outputs the
  * byte in front of each: the last column of the sorted rotations. With the row in which the block itself stands, the
@@ -1528,7 +1574,8 @@ Status ozrsDecodeBlock_BZ2_16u8u(const uint16_t* pSrc, int32_t srcLen, uint8_t* 
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Block sorting: move-to-front and dictionary
+/** @defgroup bz2_ranks Block sorting: move-to-front and dictionary
+ *  @ingroup bz2
  *
  * The dictionary of a block renames the byte values that occur to 0, 1, 2, ... in ascending order. Move-to-front coding
  * replaces each byte by its position in a list of all values, and moves it to the front of the list.
@@ -1617,7 +1664,8 @@ Status ozrsExpandDictionary_8u_I(const uint8_t pInUse[256], uint8_t* pSrcDst, in
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Block sorting: zero runs
+/** @defgroup bz2_zero_runs Block sorting: zero runs
+ *  @ingroup bz2
  *
  * Ranks of move-to-front coding become 16-bit symbols. A run of n zeros is written in the digits RUNA (0) and RUNB (1),
  * which count 1 and 2, least significant first; a rank v above 0 is the symbol v + 1. The symbol that ends a block is
@@ -1665,7 +1713,8 @@ Status ozrsDecodeZ1Z2_BZ2_16u8u(const uint16_t** ppSrc, int32_t* pSrcLen, uint8_
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Block sorting: Huffman encoder
+/** @defgroup bz2_huffman_encoder Block sorting: Huffman encoder
+ *  @ingroup bz2
  *
  * Codes the symbols of a block with two to six tables, which change every 50 symbols as a list of selectors says. The
  * description of the tables and the coded symbols are those of bzip2.
@@ -1749,7 +1798,8 @@ Status ozrsEncodeHuff_BZ2_16u8u(uint32_t* pCode, int32_t* pCodeLenBits, const ui
 
 /** @} */
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name Block sorting: Huffman decoder
+/** @defgroup bz2_huffman_decoder Block sorting: Huffman decoder
+ *  @ingroup bz2
  *
  * Reads what the Huffman encoder writes: the description of the tables, and the symbols of a block. Both calls stop at
  * any bit where the source ends, and go on there when they are called again.
@@ -1835,7 +1885,7 @@ Status ozrsDecodeHuff_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits, const ui
 /** @} */
 
 /* ---------------------------------------------------------------------------------------------------------------- */
-/** @name ZFP
+/** @defgroup zfp ZFP
  *
  * Lossy compression of blocks of 4 x 4 x 4 floats, in the format of three-dimensional single-precision ZFP streams. The
  * caller walks through its volume, x fastest, and hands over one block after the other; what it does where the volume

@@ -8,8 +8,8 @@
  *
  * | header             | namespace          | what                                                                    |
  * | ------------------ | ------------------ | ----------------------------------------------------------------------- |
- * | ozrdc/checksum.hpp | ozrdc              | `crc32`, `crc32c`, `crc32Bz2`, `adler32`, and classes to go on with | |
- * ozrdc/lz4.hpp      | ozrdc::lz4         | blocks: alone, linked, with dictionary, at high compression             |
+ * | ozrdc/checksum.hpp | ozrdc              | `crc32`, `crc32c`, `crc32Bz2`, `adler32`, and classes to go on with     |
+ * | ozrdc/lz4.hpp      | ozrdc::lz4         | blocks: alone, linked, with dictionary, at high compression             |
  * | ozrdc/deflate.hpp  | ozrdc::deflate     | raw Deflate streams; match search, codes, bits                          |
  * | ozrdc/inflate.hpp  | ozrdc::inflate     | decoding them, in pieces of any size                                    |
  * | ozrdc/lzo.hpp      | ozrdc::lzo         | LZO1X streams                                                           |
@@ -69,10 +69,17 @@
 #include "ozrdc/result.hpp"
 #include "ozrdc/zfp.hpp"
 
+/// @defgroup face C++: results, views, states
+///
+/// What the families of the C++ face have in common: `Result` and `Progress` come out, `Bytes` and `Buffer` go in, a
+/// `Place` says where states live, and a `Stream` takes its source in pieces.
+
+/// The C++20 face of the library; see the page of ozrdc.hpp.
 namespace ozrdc {
 inline namespace v11 {
 
 /// The version record of the library.
+/// @ingroup library
 [[nodiscard]] inline const LibraryVersion& version() noexcept { return *ozrdcGetLibVersion(); }
 
 }  // namespace v11

@@ -21,12 +21,14 @@ namespace ozrdc {
 inline namespace v11 {
 
 /// Types of one byte that stand for nothing but their bits.
+/// @ingroup face
 template <typename T>
 concept ByteLike = std::same_as<T, std::byte> || std::same_as<T, unsigned char> || std::same_as<T, char> ||
     std::same_as<T, signed char> || std::same_as<T, char8_t>;
 
 /// Ranges whose bytes lie one behind the other: std::vector<std::byte>, std::string, std::array<unsigned char, 9>,
 /// spans. String literals are left out, because their size counts the NUL: say std::string_view("text") or "text"sv.
+/// @ingroup face
 template <typename R>
 concept ByteRange = std::ranges::contiguous_range<R> && std::ranges::sized_range<R> &&
     ByteLike<std::remove_cv_t<std::ranges::range_value_t<R>>> &&
@@ -34,24 +36,34 @@ concept ByteRange = std::ranges::contiguous_range<R> && std::ranges::sized_range
       std::same_as<std::remove_reference_t<std::ranges::range_reference_t<R>>, const char>);
 
 /// Bytes to read: a std::span<const std::byte> that every `ByteRange` converts to.
+/// @ingroup face
 class Bytes : public std::span<const std::byte> {
   public:
+    /// The view that this is.
     using span = std::span<const std::byte>;
 
+    /// No bytes.
     constexpr Bytes() noexcept = default;
+    /// The bytes of a span.
     constexpr Bytes(span bytes) noexcept : span(bytes) {}
+    /// The bytes of a range; it must outlive the view.
     template <ByteRange R>
     requires(!std::same_as<std::remove_cvref_t<R>, Bytes>) Bytes(R&& range)
     noexcept : span(reinterpret_cast<const std::byte*>(std::ranges::data(range)), std::ranges::size(range)) {}
 };
 
 /// Room to write into: a std::span<std::byte> that every `ByteRange` of writable bytes converts to.
+/// @ingroup face
 class Buffer : public std::span<std::byte> {
   public:
+    /// The view that this is.
     using span = std::span<std::byte>;
 
+    /// No room.
     constexpr Buffer() noexcept = default;
+    /// The room of a span.
     constexpr Buffer(span bytes) noexcept : span(bytes) {}
+    /// The bytes of a range; it must outlive the view.
     template <ByteRange R>
     requires(!std::same_as<std::remove_cvref_t<R>, Buffer> &&
              !std::is_const_v<std::remove_reference_t<std::ranges::range_reference_t<R>>>) Buffer(R&& range)
@@ -89,6 +101,7 @@ constexpr std::size_t size(Length length) noexcept {
 /// `update` takes some of the source, writes some output, and tells how much of each: with `consumed` below the size of
 /// the source the destination is full; go on with the rest of the source and more room. `finish` says that the source
 /// has ended, and writes what is held back; while its status is `StatusDestinationFull`, there is more.
+/// @ingroup face
 template <typename T>
 concept Stream = requires(T stream, Bytes source, Buffer target) {
     { stream.update(source, target) } -> std::same_as<Result<Progress>>;
@@ -97,6 +110,7 @@ concept Stream = requires(T stream, Bytes source, Buffer target) {
 
 /// Gives a stream all of a piece of source, and each piece of output, made in `room`, to `sink(Bytes)`. The result is
 /// the number of bytes taken: less than there are if the stream has ended in front of the rest.
+/// @ingroup face
 template <Stream S, std::invocable<Bytes> Sink>
 Result<std::size_t> update(S& stream, Bytes source, Buffer room, Sink&& sink) {
     if (room.empty()) return Failure{StatusSizeError};
@@ -112,6 +126,7 @@ Result<std::size_t> update(S& stream, Bytes source, Buffer room, Sink&& sink) {
 }
 
 /// Ends a stream, and gives what was held back, made in `room`, to `sink(Bytes)`.
+/// @ingroup face
 template <Stream S, std::invocable<Bytes> Sink>
 Result<void> finish(S& stream, Buffer room, Sink&& sink) {
     if (room.empty()) return Failure{StatusSizeError};
@@ -127,6 +142,7 @@ Result<void> finish(S& stream, Buffer room, Sink&& sink) {
 }  // namespace ozrdc
 
 // Views are borrowed from, as spans are.
+/// @cond
 template <>
 inline constexpr bool std::ranges::enable_borrowed_range<ozrdc::Bytes> = true;
 template <>
@@ -135,5 +151,6 @@ template <>
 inline constexpr bool std::ranges::enable_view<ozrdc::Bytes> = true;
 template <>
 inline constexpr bool std::ranges::enable_view<ozrdc::Buffer> = true;
+/// @endcond
 
 #endif  // OZRDC_BYTES_HPP

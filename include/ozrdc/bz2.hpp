@@ -20,6 +20,9 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// The stages of bzip2, each on its own: see the classes in the order of `RunLengthEncoder`, `ForwardTransform`,
+/// `MoveToFront`, `HuffmanEncoder`.
+/// @ingroup bz2
 namespace bz2 {
 
 /// For every byte value, 1 if it occurs in a block and 0 if not.
@@ -91,6 +94,7 @@ class RunLengthEncoder {
   public:
     RunLengthEncoder() noexcept = default;
 
+    /// An encoder that is ready for a block.
     static Result<RunLengthEncoder> create(Place place = Place::heap()) noexcept {
         auto memory = place.take(detail::runLengthStateSize());
         if (!memory) return Failure{memory.status()};
@@ -99,6 +103,7 @@ class RunLengthEncoder {
         static_cast<void>(encoder.reset());
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(detail::runLengthStateSize()); }
 
     /// Begins a new block.
@@ -107,6 +112,7 @@ class RunLengthEncoder {
         return detail::complete(ozrsEncodeRLEInit_BZ2_8u(state()));
     }
 
+    /// Encodes the next bytes. A run that reaches their end stays open.
     Result<Progress> update(Bytes source, Buffer target) noexcept {
         if (state() == nullptr) return Failure{StatusNullPointer};
         if (source.empty()) return Progress{};
@@ -152,6 +158,7 @@ class RunLengthDecoder {
   public:
     RunLengthDecoder() noexcept = default;
 
+    /// A decoder that is ready for a block.
     static Result<RunLengthDecoder> create(Place place = Place::heap()) noexcept {
         auto memory = place.take(detail::runLengthStateSize());
         if (!memory) return Failure{memory.status()};
@@ -160,11 +167,13 @@ class RunLengthDecoder {
         static_cast<void>(decoder.reset());
         return decoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(detail::runLengthStateSize()); }
 
     /// Begins a new block.
     Result<void> reset() noexcept { return detail::complete(ozrsDecodeRLEStateInit_BZ2_8u(state())); }
 
+    /// Decodes the next bytes.
     Result<Progress> update(Bytes source, Buffer target) noexcept {
         if (state() == nullptr) return Failure{StatusNullPointer};
         if (source.empty()) return finish(target);
@@ -211,6 +220,7 @@ class ForwardTransform {
   public:
     ForwardTransform() noexcept = default;
 
+    /// Scratch for blocks of up to that size; `StatusSizeError` if there are none so long.
     static Result<ForwardTransform> create(std::size_t maxBlockSize, SortStrategy strategy = SortStrategy::automatic,
                                            Place place = Place::heap()) noexcept {
         const Result<std::size_t> size = scratchSize(maxBlockSize, strategy);
@@ -223,6 +233,7 @@ class ForwardTransform {
         transform.strategy_ = strategy;
         return transform;
     }
+    /// Bytes of memory that `Place::in` needs. Fails as `create` does.
     static Result<std::size_t> memorySize(std::size_t maxBlockSize,
                                           SortStrategy strategy = SortStrategy::automatic) noexcept {
         const Result<std::size_t> size = scratchSize(maxBlockSize, strategy);
@@ -269,6 +280,7 @@ class InverseTransform {
   public:
     InverseTransform() noexcept = default;
 
+    /// Scratch for blocks of up to that size; `StatusSizeError` if there are none so long.
     static Result<InverseTransform> create(std::size_t maxBlockSize, Place place = Place::heap()) noexcept {
         const Result<std::size_t> size = scratchSize(maxBlockSize);
         if (!size) return Failure{size.status()};
@@ -279,6 +291,7 @@ class InverseTransform {
         transform.maxBlockSize_ = maxBlockSize;
         return transform;
     }
+    /// Bytes of memory that `Place::in` needs. Fails as `create` does.
     static Result<std::size_t> memorySize(std::size_t maxBlockSize) noexcept {
         const Result<std::size_t> size = scratchSize(maxBlockSize);
         if (!size) return size;
@@ -389,6 +402,7 @@ class HuffmanEncoder {
     /// @param alphabetSize  1 to 258: the size of the dictionary and 2, the last symbol being the end of the block.
     /// @param counts        How often each symbol occurs, the end of the block included.
     /// @param symbols       All symbols, the end of the block included.
+    /// @param place         Where the tables go.
     static Result<HuffmanEncoder> create(std::size_t alphabetSize, const SymbolCounts& counts,
                                          std::span<const uint16_t> symbols, Place place = Place::heap()) noexcept {
         const Result<std::size_t> size = stateSize(symbols.size());
@@ -404,6 +418,7 @@ class HuffmanEncoder {
         if (status != StatusOk) return Failure{status};
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs for a block of so many symbols, its end included.
     static Result<std::size_t> memorySize(std::size_t symbolCount) noexcept {
         const Result<std::size_t> size = stateSize(symbolCount);
         if (!size) return size;
@@ -451,6 +466,7 @@ class HuffmanDecoder {
   public:
     HuffmanDecoder() noexcept = default;
 
+    /// A decoder for any number of blocks.
     static Result<HuffmanDecoder> create(Place place = Place::heap()) noexcept {
         auto memory = place.take(stateSize());
         if (!memory) return Failure{memory.status()};
@@ -458,6 +474,7 @@ class HuffmanDecoder {
         decoder.memory_ = *std::move(memory);
         return decoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(stateSize()); }
 
     /// Begins a block.
@@ -507,7 +524,7 @@ class BlockDecoder {
   public:
     BlockDecoder() noexcept = default;
 
-    /// @param maxBlockSize  At most 16777215; blocks of bzip2 have up to 900000 bytes.
+    /// Scratch for blocks of up to that size, at most 16777215; those of bzip2 have up to 900000 bytes.
     static Result<BlockDecoder> create(std::size_t maxBlockSize, Place place = Place::heap()) noexcept {
         const Result<std::size_t> size = scratchSize(maxBlockSize);
         if (!size) return Failure{size.status()};
@@ -518,6 +535,7 @@ class BlockDecoder {
         decoder.maxBlockSize_ = maxBlockSize;
         return decoder;
     }
+    /// Bytes of memory that `Place::in` needs. Fails as `create` does.
     static Result<std::size_t> memorySize(std::size_t maxBlockSize) noexcept {
         const Result<std::size_t> size = scratchSize(maxBlockSize);
         if (!size) return size;

@@ -22,12 +22,15 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// Raw Deflate streams: `encode` and `encodeFast`, `Encoder` and `FastEncoder`; and the stages that they are made of.
+/// @ingroup deflate
 namespace deflate {
 
 /// The farthest that a match reaches back, and one.
 inline constexpr std::size_t windowSize = 32768;
-/// Literals and lengths, and distances, that have codes.
+/// Literals and lengths that have codes.
 inline constexpr std::size_t literalCount = 286;
+/// Distances that have codes.
 inline constexpr std::size_t distanceCount = 30;
 /// The symbol that ends a block.
 inline constexpr std::size_t endOfBlock = 256;
@@ -47,19 +50,25 @@ inline constexpr std::size_t kLongestSource = (std::size_t{1} << 30) - windowSiz
 
 /// How often each symbol occurs.
 struct Frequencies {
+    /// Of literals and lengths.
     std::array<uint32_t, literalCount> literals{};
+    /// Of distances.
     std::array<uint32_t, distanceCount> distances{};
 };
 
 /// A code for every symbol.
 struct Codes {
+    /// Of literals and lengths.
     std::array<DeflateHuffCode, literalCount> literals{};
+    /// Of distances.
     std::array<DeflateHuffCode, distanceCount> distances{};
 };
 
 /// What stands in front of the symbols of a block with codes of its own, the three bits that begin a block included.
 struct Header {
+    /// The bits, least significant first.
     std::array<uint8_t, OZRDC_DEFLATE_HEADER_SIZE> bytes{};
+    /// Their number.
     int32_t bits = 0;
 };
 
@@ -104,9 +113,12 @@ constexpr Codes fixedCodes() noexcept {
 /// Records of a match search, in two arrays of one size: a literal with distance 0, or the length of a match less 3
 /// with its distance.
 struct Records {
+    /// Of each record the literal, or the length less 3.
     std::span<uint8_t> literals;
+    /// Of each record 0, or the distance.
     std::span<uint16_t> distances;
 
+    /// The first n records.
     [[nodiscard]] constexpr Records first(std::size_t n) const noexcept {
         return {literals.first(n), distances.first(n)};
     }
@@ -119,6 +131,7 @@ class MatchFinder {
 
     /// @param level     0 to 29; see ozrsDeflateLZ77_8u.
     /// @param hashSize  Number of hash values, a power of 2 from 256 to 65536.
+    /// @param place     Where the tables go.
     static Result<MatchFinder> create(int32_t level = 6, int32_t hashSize = 32768,
                                       Place place = Place::heap()) noexcept {
         if (level < 0 || level > 29 || hashSize < 256 || hashSize > 65536) return Failure{StatusSizeError};
@@ -132,6 +145,7 @@ class MatchFinder {
         finder.reset();
         return finder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static constexpr std::size_t memorySize(int32_t hashSize = 32768) noexcept {
         return Place::sizeFor(stateSize(hashSize));
     }
@@ -187,7 +201,9 @@ class MatchFinder {
 /// Writes bits into a destination, least significant first. What does not fit is not written at all.
 class BitWriter {
   public:
-    /// @param bits, count  Up to 7 bits that go first, as another writer has left them.
+    /// @param target  Where they go.
+    /// @param bits    Up to 7 bits that go first, as another writer has left them.
+    /// @param count   Their number.
     explicit BitWriter(Buffer target, uint16_t bits = 0, int32_t count = 0) noexcept
         : target_(target), bits_(bits), count_(count) {}
 
@@ -250,7 +266,9 @@ class BitWriter {
 
     /// Whole bytes that were written, and the bits that do not fill one.
     [[nodiscard]] Buffer written() const noexcept { return target_.first(size_); }
+    /// The bits that do not fill a byte.
     [[nodiscard]] uint16_t bits() const noexcept { return bits_; }
+    /// Their number, 0 to 7.
     [[nodiscard]] int32_t bitCount() const noexcept { return count_; }
 
   private:
@@ -337,6 +355,7 @@ class Encoder {
   public:
     Encoder() noexcept = default;
 
+    /// An encoder that is ready for a stream. `StatusSizeError` for a level above 29.
     static Result<Encoder> create(int32_t level = 6, Place place = Place::heap()) noexcept {
         auto memory = place.take(sizeof(State));
         if (!memory) return Failure{memory.status()};
@@ -349,6 +368,7 @@ class Encoder {
         static_cast<void>(encoder.reset());
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static constexpr std::size_t memorySize() noexcept { return Place::sizeFor(sizeof(State)); }
 
     /// Begins a new stream; with a dictionary, if there is one, which the decoder needs too.
@@ -364,6 +384,7 @@ class Encoder {
         return {};
     }
 
+    /// Takes the next bytes of the stream, and writes what is ready. What is held back comes with later calls.
     Result<Progress> update(Bytes source, Buffer target) noexcept {
         if (state() == nullptr) return Failure{StatusNullPointer};
         State& s = *state();
@@ -384,6 +405,7 @@ class Encoder {
         return progress;
     }
 
+    /// Ends the stream: call again, with more room, while the status is `StatusDestinationFull`.
     Result<Progress> finish(Buffer target) noexcept {
         if (state() == nullptr) return Failure{StatusNullPointer};
         State& s = *state();
@@ -493,9 +515,12 @@ class Encoder {
 /// A code that was prepared from a sample, for `FastEncoder`: better than the fixed one for data that are like it. It
 /// has a code for everything.
 struct PreparedCode {
+    /// Of all symbols.
     Codes codes;
+    /// That describes them.
     Header header;
 
+    /// Of the symbols that the bytes of a sample become; of no bytes, every symbol is equally likely.
     static Result<PreparedCode> fromSample(Bytes sample) noexcept {
         std::array<int32_t, 8192> hashTable;
         hashTable.fill(detail::kNoIndex);
@@ -525,10 +550,13 @@ class FastEncoder {
   public:
     FastEncoder() noexcept = default;
 
+    /// An encoder with the fixed code.
     static Result<FastEncoder> create(Place place = Place::heap()) noexcept { return create(nullptr, place); }
+    /// An encoder with a prepared code, which is copied.
     static Result<FastEncoder> create(const PreparedCode& code, Place place = Place::heap()) noexcept {
         return create(&code, place);
     }
+    /// Bytes of memory that `Place::in` needs.
     static constexpr std::size_t memorySize() noexcept { return Place::sizeFor(sizeof(State)); }
 
     /// Begins a new stream.
@@ -545,6 +573,7 @@ class FastEncoder {
         return {};
     }
 
+    /// Takes the next bytes of the stream, and writes what is ready. What is held back comes with later calls.
     Result<Progress> update(Bytes source, Buffer target) noexcept {
         if (state() == nullptr) return Failure{StatusNullPointer};
         State& s = *state();
@@ -559,6 +588,7 @@ class FastEncoder {
         }
     }
 
+    /// Ends the stream: call again, with more room, while the status is `StatusDestinationFull`.
     Result<Progress> finish(Buffer target) noexcept {
         if (state() == nullptr) return Failure{StatusNullPointer};
         Progress progress;

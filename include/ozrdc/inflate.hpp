@@ -19,6 +19,8 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// Decoding raw Deflate streams: `decode` in one piece, `Decoder` in pieces of any size.
+/// @ingroup inflate
 namespace inflate {
 
 /// The farthest that a match reaches back.
@@ -324,6 +326,7 @@ class Decoder {
   public:
     Decoder() noexcept = default;
 
+    /// A decoder that is ready for a stream.
     static Result<Decoder> create(Place place = Place::heap()) noexcept {
         auto memory = place.take(sizeof(State));
         if (!memory) return Failure{memory.status()};
@@ -332,6 +335,7 @@ class Decoder {
         static_cast<void>(decoder.reset());
         return decoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static constexpr std::size_t memorySize() noexcept { return Place::sizeFor(sizeof(State)); }
 
     /// Begins a new stream, which may have been encoded with a dictionary.

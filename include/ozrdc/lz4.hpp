@@ -15,6 +15,8 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// LZ4 blocks: `encode` and `decode`; with a `Dictionary`, linked to the blocks before, at high compression.
+/// @ingroup lz4
 namespace lz4 {
 
 /// The most bytes that a block of so many source bytes takes.
@@ -24,6 +26,7 @@ namespace lz4 {
 
 /// The hash table of the encoders: plain memory, that may stand anywhere and be copied.
 struct HashTable {
+    /// What an encoder makes of them is its own affair.
     std::array<uint8_t, 16384> bytes;
 };
 
@@ -52,9 +55,8 @@ inline Result<Buffer> wholeBlock(Status status, bool whole, Buffer target, int32
 /// With `encodedBound` bytes of room it cannot fail for lack of room, and is fastest. With less,
 /// `StatusDestinationFull` says that the block did not fit.
 ///
-/// @param acceleration  1 is the normal effort; more is faster, compresses less, and needs `encodedBound` bytes of room
-///                      (`StatusSizeError`).
-/// @param table         Scratch, for callers with little stack; nothing of it is used again.
+/// An acceleration of 1 is the normal effort; more is faster, compresses less, and needs `encodedBound` bytes of room
+/// (`StatusSizeError`). The table is scratch, for callers with little stack; nothing of it is used again.
 inline Result<Buffer> encode(Bytes source, Buffer target, int32_t acceleration, HashTable& table) noexcept {
     if (!detail::fits<int32_t>(source.size())) return detail::kTooLong;
     auto sourceSize = static_cast<int32_t>(source.size());
@@ -70,8 +72,9 @@ inline Result<Buffer> encode(Bytes source, Buffer target, int32_t acceleration, 
         ozrsEncodeLZ4Safe_8u(detail::raw(source), &sourceSize, detail::raw(target), &blockSize, entries);
     return detail::wholeBlock(status, detail::size(sourceSize) == source.size(), target, blockSize);
 }
+/// The same, with a table on the stack, which takes 16 KB of it.
 inline Result<Buffer> encode(Bytes source, Buffer target, int32_t acceleration = 1) noexcept {
-    HashTable table;  // 16 KB of stack; the encoder clears it
+    HashTable table;  // the encoder clears it
     return encode(source, target, acceleration, table);
 }
 
@@ -133,11 +136,13 @@ class Dictionary {
   public:
     /// No dictionary: records are encoded as `lz4::encode` does.
     Dictionary() noexcept : Dictionary(Bytes()) {}
+    /// Enters the bytes into a hash table, once for all records.
     explicit Dictionary(Bytes bytes) noexcept : bytes_(bytes.last(std::min(bytes.size(), kReach))) {
         ozrsEncodeLZ4DictHashTableInit_8u(table_.bytes.data(), 1);
         if (!bytes_.empty()) ozrsEncodeLZ4LoadDict_8u(table_.bytes.data(), detail::raw(bytes_), size());
     }
 
+    /// The bytes of it that are used.
     [[nodiscard]] Bytes bytes() const noexcept { return bytes_; }
 
     /// Encodes all of the source as one block, or fails with `StatusDestinationFull`.
@@ -180,6 +185,7 @@ class Dictionary {
 /// `decodeLinked` reads them, in the same order.
 class LinkedEncoder {
   public:
+    /// Ready for the first block of a buffer.
     LinkedEncoder() noexcept { reset(); }
 
     /// Forgets what was encoded: the next block begins a new buffer.
@@ -206,7 +212,7 @@ class HighEncoder {
   public:
     HighEncoder() noexcept = default;
 
-    /// @param level  1 (fastest) to 9 (smallest).
+    /// An encoder of blocks; the level is 1 (fastest) to 9 (smallest).
     static Result<HighEncoder> create(int32_t level = 9, Place place = Place::heap()) noexcept {
         uint32_t headSize = 0;
         uint32_t chainSize = 0;
@@ -219,6 +225,7 @@ class HighEncoder {
         encoder.level_ = level;
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept {
         uint32_t headSize = 0;
         uint32_t chainSize = 0;

@@ -14,6 +14,8 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// LZO1X: streams, and containers of several streams.
+/// @ingroup lzo
 namespace lzo {
 
 namespace detail {
@@ -65,7 +67,9 @@ inline Result<Buffer> decodeTrusted(Bytes source, Buffer target) noexcept {
     return Buffer(target.first(size));
 }
 
+/// How streams are made; the decoders are the same.
 enum class Method : uint32_t {
+    /// Finds more.
     standard = 1,
     fast = 2  ///< Works in chunks of 49152 bytes, and finds less.
 };
@@ -75,6 +79,7 @@ class Encoder {
   public:
     Encoder() noexcept = default;
 
+    /// An encoder of streams.
     static Result<Encoder> create(Method method = Method::standard, Place place = Place::heap()) noexcept {
         uint32_t size = 0;
         const auto number = static_cast<uint32_t>(method);
@@ -97,6 +102,7 @@ class Encoder {
         std::memcpy(encoder->memory_.bytes() + sizeof containerMode, &parts, sizeof parts);
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept {
         uint32_t size = 0;
         ozrsEncodeLZOGetSize(static_cast<uint32_t>(Method::standard), 0, &size);

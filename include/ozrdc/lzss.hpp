@@ -14,6 +14,8 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// LZSS: `Encoder` and `Decoder` of streams in pieces of any size.
+/// @ingroup lzss
 namespace lzss {
 
 /// The most bytes that a stream of so many source bytes takes.
@@ -52,6 +54,7 @@ class Encoder {
   public:
     Encoder() noexcept = default;
 
+    /// An encoder that is ready for a stream.
     static Result<Encoder> create(Place place = Place::heap()) noexcept {
         auto memory = place.take(detail::stateSize());
         if (!memory) return Failure{memory.status()};
@@ -60,6 +63,7 @@ class Encoder {
         if (const auto ready = encoder.reset(); !ready) return Failure{ready.status()};
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(detail::stateSize()); }
 
     /// Begins a new stream.
@@ -109,6 +113,7 @@ class Decoder {
         if (const auto ready = decoder.reset(); !ready) return Failure{ready.status()};
         return decoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(detail::stateSize()); }
 
     /// Begins a new stream, and clears what was decoded before.

@@ -59,9 +59,12 @@ class Memory {
 /// std::vector<std::byte> arena(ozrdc::lzss::Encoder::memorySize());
 /// auto encoder = ozrdc::lzss::Encoder::create(ozrdc::Place::in(arena));
 /// @endcode
+/// @ingroup face
 class Place {
   public:
+    /// The heap: the object owns its state.
     static constexpr Place heap() noexcept { return Place(Buffer(), true); }
+    /// Memory of the caller's, at least `memorySize` bytes.
     static constexpr Place in(Buffer memory) noexcept { return Place(memory, false); }
 
     /// Bytes to hand to `in` for a state of that size.

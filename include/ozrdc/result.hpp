@@ -21,6 +21,7 @@ inline namespace v11 {
 
 /// The values of `Status` as an enumeration of their own, to compare a std::error_code with:
 /// `if (result.error() == ozrdc::Errc::destinationFull)`.
+/// @ingroup face
 enum class Errc : Status {
     ok = StatusOk,
     sourceExhausted = StatusSourceExhausted,
@@ -43,9 +44,11 @@ enum class Errc : Status {
 };
 
 /// `Errc::outOfMemory` as a `Status`.
+/// @ingroup face
 inline constexpr Status StatusOutOfMemory = static_cast<Status>(Errc::outOfMemory);
 
 /// What a status means, in words for people; never empty, and valid for the life of the program.
+/// @ingroup face
 [[nodiscard]] constexpr std::string_view message(Status status) noexcept {
     switch (static_cast<Errc>(status)) {
         case Errc::ok:
@@ -119,21 +122,27 @@ class ErrorCategory final : public std::error_category {
 /// The category of the library's error codes. They also compare equal to the general conditions that fit: misuse to
 /// std::errc::invalid_argument, damaged data to std::errc::illegal_byte_sequence, lack of room to
 /// std::errc::no_buffer_space.
+/// @ingroup face
 [[nodiscard]] inline const std::error_category& errorCategory() noexcept {
     static const detail::ErrorCategory category;
     return category;
 }
 
+/// What makes an `Errc` a std::error_code: found by std::error_code itself.
+/// @ingroup face
 [[nodiscard]] inline std::error_code make_error_code(Errc code) noexcept {
     return {static_cast<int>(code), errorCategory()};
 }
 /// A status as a std::error_code; false (no error) for `StatusOk` alone.
+/// @ingroup face
 [[nodiscard]] inline std::error_code errorCode(Status status) noexcept {
     return make_error_code(static_cast<Errc>(status));
 }
 
 /// A status on its way into a `Result`: `return Failure{StatusSizeError};`
+/// @ingroup face
 struct Failure {
+    /// Why there is no value; never `StatusOk`.
     Status status;
 };
 
@@ -159,34 +168,48 @@ namespace detail {
 /// if (const auto block = ozrdc::lz4::encode(text, buffer)) send(*block);
 /// else log(ozrdc::message(block.status()));
 /// @endcode
+/// @ingroup face
 template <typename T>
 class [[nodiscard]] Result {
     static_assert(std::default_initializable<T> && std::movable<T>);
 
   public:
+    /// The type of the value.
     using value_type = T;
 
+    /// Success, with a value.
     constexpr Result(T value) noexcept(std::is_nothrow_move_constructible_v<T>) : value_(std::move(value)) {}
+    /// Failure: `failure.status` must not be `StatusOk`.
     constexpr Result(Failure failure) noexcept : status_(failure.status) {}
 
+    /// Whether the call succeeded.
     [[nodiscard]] constexpr bool has_value() const noexcept { return status_ == StatusOk; }
+    /// The same: `if (result)`.
     [[nodiscard]] constexpr explicit operator bool() const noexcept { return has_value(); }
 
     /// `StatusOk` if there is a value.
     [[nodiscard]] constexpr Status status() const noexcept { return status_; }
+    /// The status as a std::error_code.
     [[nodiscard]] std::error_code error() const noexcept { return errorCode(status_); }
 
     /// The value, if it is known to be there.
     [[nodiscard]] constexpr T& operator*() & noexcept { return value_; }
+    /// The same of a constant result.
     [[nodiscard]] constexpr const T& operator*() const& noexcept { return value_; }
+    /// The same of a result that may be moved from.
     [[nodiscard]] constexpr T&& operator*() && noexcept { return std::move(value_); }
+    /// Members of the value, if it is known to be there.
     [[nodiscard]] constexpr T* operator->() noexcept { return &value_; }
+    /// The same of a constant result.
     [[nodiscard]] constexpr const T* operator->() const noexcept { return &value_; }
 
     /// The value. Without one, throws std::system_error; in programs without exceptions, aborts.
     constexpr T& value() & { return require(), value_; }
+    /// The same of a constant result.
     constexpr const T& value() const& { return require(), value_; }
+    /// The same of a result that may be moved from.
     constexpr T&& value() && { return require(), std::move(value_); }
+    /// The value, or without one the other.
     [[nodiscard]] constexpr T value_or(T otherwise) && {
         return has_value() ? std::move(value_) : std::move(otherwise);
     }
@@ -201,17 +224,25 @@ class [[nodiscard]] Result {
 };
 
 /// The result of what has no value: success, or the status that says why not.
+/// @ingroup face
 template <>
 class [[nodiscard]] Result<void> {
   public:
+    /// There is no value.
     using value_type = void;
 
+    /// Success.
     constexpr Result() noexcept = default;
+    /// Failure: `failure.status` must not be `StatusOk`.
     constexpr Result(Failure failure) noexcept : status_(failure.status) {}
 
+    /// Whether the call succeeded.
     [[nodiscard]] constexpr bool has_value() const noexcept { return status_ == StatusOk; }
+    /// The same: `if (result)`.
     [[nodiscard]] constexpr explicit operator bool() const noexcept { return has_value(); }
+    /// `StatusOk` after success.
     [[nodiscard]] constexpr Status status() const noexcept { return status_; }
+    /// The status as a std::error_code.
     [[nodiscard]] std::error_code error() const noexcept { return errorCode(status_); }
     /// Throws std::system_error after a failure; in programs without exceptions, aborts.
     constexpr void value() const {
@@ -223,12 +254,14 @@ class [[nodiscard]] Result<void> {
 };
 
 /// How far a call came that may stop early.
+/// @ingroup face
 struct Progress {
     std::size_t consumed = 0;  ///< Elements of the source that were taken.
     std::size_t produced = 0;  ///< Elements of the destination that were written.
     /// Why the call stopped: `StatusOk`, or a warning such as `StatusDestinationFull`.
     Status status = StatusOk;
 
+    /// Whether all three are equal.
     friend constexpr bool operator==(const Progress&, const Progress&) = default;
 };
 
@@ -243,7 +276,9 @@ constexpr Result<void> complete(Status status) noexcept {
 }  // namespace v11
 }  // namespace ozrdc
 
+/// @cond
 template <>
 struct std::is_error_code_enum<ozrdc::Errc> : std::true_type {};
+/// @endcond
 
 #endif  // OZRDC_RESULT_HPP

@@ -12,6 +12,8 @@
 
 namespace ozrdc {
 inline namespace v11 {
+/// ZFP: `Encoder` and `Decoder` of blocks of 4 x 4 x 4 floats.
+/// @ingroup zfp
 namespace zfp {
 
 /// What is kept of each block. The stream does not say: the decoder must be given the parameters of the encoder.
@@ -21,6 +23,7 @@ struct Parameters {
     uint32_t maxPrec = 64;    ///< At most so many bit planes are coded.
     int32_t minExp = -10740;  ///< No bit plane is coded whose weight is below 2 to this power.
 
+    /// Whether all four are equal.
     friend constexpr bool operator==(const Parameters&, const Parameters&) = default;
 };
 
@@ -37,7 +40,9 @@ inline constexpr Parameters kEverything{};
 /// Where the 64 floats of a block stand in a volume: the distances in bytes of rows and of planes. Floats of a row are
 /// neighbors.
 struct Steps {
+    /// Between rows.
     int32_t row = 4 * sizeof(float);
+    /// Between planes.
     int32_t plane = 16 * sizeof(float);
 };
 
@@ -52,6 +57,7 @@ class Encoder {
   public:
     Encoder() noexcept = default;
 
+    /// Begins a stream.
     static Result<Encoder> create(Buffer target, const Parameters& parameters = kEverything,
                                   Place place = Place::heap()) noexcept {
         auto memory = place.take(stateSize());
@@ -64,6 +70,7 @@ class Encoder {
         if (const auto set = encoder.set(parameters); !set) return Failure{set.status()};
         return encoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(stateSize()); }
 
     /// Changes the parameters for the blocks to come.
@@ -116,6 +123,7 @@ class Decoder {
   public:
     Decoder() noexcept = default;
 
+    /// Begins to read a stream.
     static Result<Decoder> create(Bytes source, const Parameters& parameters = kEverything,
                                   Place place = Place::heap()) noexcept {
         auto memory = place.take(stateSize());
@@ -125,6 +133,7 @@ class Decoder {
         if (const auto ready = decoder.restart(source, parameters); !ready) return Failure{ready.status()};
         return decoder;
     }
+    /// Bytes of memory that `Place::in` needs.
     static std::size_t memorySize() noexcept { return Place::sizeFor(stateSize()); }
 
     /// Begins to read another source, or the same at another block.
@@ -133,9 +142,11 @@ class Decoder {
         return status == StatusOk ? set(parameters) : Failure{status};
     }
 
+    /// Changes the parameters for the blocks to come, where the encoder did.
     Result<void> set(const Parameters& p) noexcept {
         return detail::complete(ozrsDecodeZfpSet_32f(p.minBits, p.maxBits, p.maxPrec, p.minExp, state()));
     }
+    /// Sets the tolerance for the blocks to come that the encoder was given.
     Result<void> setTolerance(double tolerance) noexcept {
         return detail::complete(ozrsDecodeZfpSetAccuracy_32f(tolerance, state()));
     }

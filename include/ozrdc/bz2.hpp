@@ -22,7 +22,6 @@ namespace ozrdc {
 inline namespace v11 {
 /// The stages of bzip2, each on its own: see the classes in the order of `RunLengthEncoder`, `ForwardTransform`,
 /// `MoveToFront`, `HuffmanEncoder`.
-/// @ingroup bz2
 namespace bz2 {
 
 /// For every byte value, 1 if it occurs in a block and 0 if not.

@@ -23,7 +23,6 @@
 namespace ozrdc {
 inline namespace v11 {
 /// Raw Deflate streams: `encode` and `encodeFast`, `Encoder` and `FastEncoder`; and the stages that they are made of.
-/// @ingroup deflate
 namespace deflate {
 
 /// The farthest that a match reaches back, and one.

@@ -20,7 +20,6 @@
 namespace ozrdc {
 inline namespace v11 {
 /// Decoding raw Deflate streams: `decode` in one piece, `Decoder` in pieces of any size.
-/// @ingroup inflate
 namespace inflate {
 
 /// The farthest that a match reaches back.

@@ -16,7 +16,6 @@
 namespace ozrdc {
 inline namespace v11 {
 /// LZ4 blocks: `encode` and `decode`; with a `Dictionary`, linked to the blocks before, at high compression.
-/// @ingroup lz4
 namespace lz4 {
 
 /// The most bytes that a block of so many source bytes takes.

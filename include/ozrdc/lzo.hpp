@@ -15,7 +15,6 @@
 namespace ozrdc {
 inline namespace v11 {
 /// LZO1X: streams, and containers of several streams.
-/// @ingroup lzo
 namespace lzo {
 
 namespace detail {

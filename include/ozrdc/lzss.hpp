@@ -15,7 +15,6 @@
 namespace ozrdc {
 inline namespace v11 {
 /// LZSS: `Encoder` and `Decoder` of streams in pieces of any size.
-/// @ingroup lzss
 namespace lzss {
 
 /// The most bytes that a stream of so many source bytes takes.

@@ -13,7 +13,6 @@
 namespace ozrdc {
 inline namespace v11 {
 /// ZFP: `Encoder` and `Decoder` of blocks of 4 x 4 x 4 floats.
-/// @ingroup zfp
 namespace zfp {
 
 /// What is kept of each block. The stream does not say: the decoder must be given the parameters of the encoder.

@@ -67,8 +67,9 @@ Block encodeWithHistory(const Job& job, Writer writer) noexcept {
         return encodeStepped<WideTable>(job.src, PrefixHistory(job.src.begin, job.srcIdx), job.table.slots, writer);
     }
     // If all entries are positions of the dictionary, as they are right after it was loaded, no candidate needs a
-    // check.
-    if (job.dictSize >= job.srcIdx && job.table.highest + kLeastDictionaryRest <= job.srcIdx) {
+    // check. The source's own positions must not pass the largest, or they would come back as negative ones.
+    const bool positionsFit = job.srcIdx + job.src.length <= std::numeric_limits<int32_t>::max();
+    if (positionsFit && job.dictSize >= job.srcIdx && job.table.highest + kLeastDictionaryRest <= job.srcIdx) {
         const SeparateHistory<true> history(job.src.begin, job.srcIdx, job.pDict, job.dictSize);
         return encodeStepped<WideTable>(job.src, history, job.table.slots, writer);
     }

@@ -1,6 +1,7 @@
 // The hash-table encoders with history write, bit for bit, the blocks that the reference predicts, and leave the table
 // that it predicts.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <array>
@@ -203,6 +204,34 @@ TEST(Lz4HistoryEncoder, PositionsNearTheLargestGoWithoutAFault) {
         const EncoderHistory history{srcIdx, ByteView(sample).first(1000), true};
         ASSERT_TRUE(encoder.agrees(table, ByteView(sample).subspan(1000), history)) << srcIdx;
     }
+}
+
+// Behind so large a dictionary, the source's last positions do not fit an entry: they come back as negative ones, which
+// lie in front of the dictionary, where nothing may be read.
+TEST(Lz4HistoryEncoder, PositionsThatDoNotFitAnEntryAreNoneOfTheDictionary) {
+    constexpr std::size_t kSize = std::size_t{1} << 31;
+    constexpr int32_t kDictionarySize = std::numeric_limits<int32_t>::max() - 1000;
+    // The address space alone is taken, and but a few pages are ever touched.
+    void* const mapping = mmap(nullptr, 2 * kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (mapping == MAP_FAILED) GTEST_SKIP() << "no address space for a dictionary of 2 GiB";
+    uint8_t* const upperHalf = static_cast<uint8_t*>(mapping) + kSize;
+    ASSERT_EQ(mprotect(upperHalf, kSize, PROT_READ), 0);
+    const ByteView dictionary(upperHalf + kSize - kDictionarySize, kDictionarySize);
+
+    const Bytes source = sampleKind("text").make(6000, 26);
+    PositionTable after = emptyTable();
+    const Bytes expected = encodeWithHistory(after, source, {kDictionarySize, dictionary, true});
+    PositionTable table = emptyTable();
+    auto* const slots = reinterpret_cast<uint8_t*>(table.data());
+    Bytes block(static_cast<std::size_t>(worstCase(6000)));
+    int32_t written = 0;
+    EXPECT_EQ(ozrsEncodeLZ4Dict_8u(source.data(), kDictionarySize, 6000, block.data(), &written, slots,
+                                   dictionary.data(), kDictionarySize),
+              StatusOk);
+    block.resize(static_cast<std::size_t>(written));
+    EXPECT_EQ(block, expected);
+    EXPECT_EQ(table, after);
+    munmap(mapping, 2 * kSize);
 }
 
 TEST(Lz4HistoryEncoder, WritesThePredictedBlockAtEveryCapacity) {

@@ -4,8 +4,8 @@
 What becomes of a block depends on its language, the first word behind the fence:
 
   c, cpp          A complete program. It must compile without warnings. With a file name as second word it is stored
-                  under that name and built as the program of that name, for later blocks to run; without, it is run at
-                  once, and must succeed.
+                  under that name, and built as the program of that name, unless a later block names the file and so
+                  builds it itself; a later block must run it. Without a name it is run at once, and must succeed.
   cmake           A complete CMakeLists.txt: it is configured and built, in build/, with the files so far.
   sh, bash        A script, which must succeed.
   console         Commands behind "$ ", each of which must succeed, or have the exit status that a comment names
@@ -48,6 +48,7 @@ class Block:
         self.language = language
         self.words = words
         self.text = text
+        self.built_later = False
 
     @property
     def untested(self):
@@ -108,7 +109,7 @@ def split_at_dots(lines):
 def prepare_files(directory):
     """The files that the documents speak of."""
     lines = []
-    for i in range(40000):
+    for i in range(12000):
         lines.append(f"2026-03-{i // 1440 % 28 + 1:02d} {i // 60 % 24:02d}:{i % 60:02d} host{i * i % 7} service[{i * 37 % 1000}]: "
                      f"request {i} was answered in {i * 7919 % 97} ms\n")
     text = "".join(lines).encode()
@@ -185,9 +186,9 @@ class Runner:
         source = self.directory / name
         source.write_text(block.text)
         compiler = self.arguments.cc if block.language == "c" else self.arguments.cxx
+        output = ["-fsyntax-only"] if block.built_later else ["-o", str(source.with_suffix(""))]
         built = self.run([compiler, PROGRAMS[block.language], "-O1", "-Wall", "-Wextra", "-Wshadow", "-Werror",
-                          str(source), "-o", str(source.with_suffix("")), *self.flags, "-lm",
-                          "-pthread"])
+                          str(source), *output, *self.flags, "-lm", "-pthread"])
         if built.returncode != 0:
             block.fail("the program does not compile:\n" + built.stdout)
         self.written = None
@@ -223,8 +224,10 @@ def check_names(blocks):
     for i, block in enumerate(blocks):
         if block.language in PROGRAMS and block.words and not block.untested:
             stem = re.compile(r"\b" + re.escape(block.words.rsplit(".", 1)[0]) + r"\b")
-            if not any(stem.search(later.text) for later in blocks[i + 1:] if later in scripts):
+            later = "".join(script.text for script in blocks[i + 1:] if script in scripts)
+            if not stem.search(later):
                 block.fail(f"no later block runs {block.words}")
+            block.built_later = block.words in later
 
 
 def main():

@@ -541,7 +541,8 @@ class BlockDecoder {
         return Place::sizeFor(*size);
     }
 
-    /// Fails with `StatusError` if the block is damaged or longer than the room.
+    /// Fails with `StatusError` if the block is damaged or longer than the room, and with `StatusSizeError` if the
+    /// primary index is not below its length.
     Result<Buffer> decode(std::span<const uint16_t> symbols, std::size_t primaryIndex, const InUse& inUse,
                           Buffer target) noexcept {
         if (memory_.bytes() == nullptr) return Failure{StatusNullPointer};
@@ -555,7 +556,7 @@ class BlockDecoder {
             ozrsDecodeBlock_BZ2_16u8u(symbols.data(), static_cast<int32_t>(symbols.size()), detail::raw(target), &size,
                                       static_cast<int32_t>(primaryIndex), used, inUse.data(), memory_.bytes());
         if (status != StatusOk) return Failure{status};
-        if (primaryIndex >= detail::size(size)) return Failure{StatusError};
+        if (primaryIndex >= detail::size(size)) return Failure{StatusSizeError};
         return Buffer(target.first(detail::size(size)));
     }
 

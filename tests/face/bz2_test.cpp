@@ -200,7 +200,7 @@ TEST(FaceBz2, SizesAreChecked) {
     EXPECT_EQ(decoder.decode(hundredAndOne, 0, inUse, data).status(), StatusError);
     const std::vector<uint16_t> three{0, 0};
     EXPECT_EQ(decoder.decode(three, 2, inUse, data).value().size(), 3U);
-    EXPECT_EQ(decoder.decode(three, 3, inUse, data).status(), StatusError);  // there is no such row
+    EXPECT_EQ(decoder.decode(three, 3, inUse, data).status(), StatusSizeError);  // there is no such row
 }
 
 TEST(FaceBz2, EveryStrategyGivesTheSameColumn) {

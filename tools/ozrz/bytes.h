@@ -29,6 +29,7 @@ class Buffer {
     uint8_t* data() { return data_.get(); }
     const uint8_t* data() const { return data_.get(); }
     std::size_t size() const { return size_; }
+    MutableBytes bytes() { return {data(), size_}; }
 
   private:
     std::unique_ptr<uint8_t[]> data_;

@@ -4,9 +4,10 @@
 #include "formats/bzip2/block_decoder.h"
 
 #include <algorithm>
+#include <ozrdc/checksum.hpp>
 
-#include "formats/bzip2/library.h"
 #include "formats/bzip2/randomization.h"
+#include "library.h"
 #include "text.h"
 
 namespace ozrz::bzip2 {
@@ -16,15 +17,13 @@ namespace {
 // for the CRC and once more for writing.
 constexpr std::size_t kContentRoom = 2 * MiB;
 
-// Descriptions can have this many selectors, for 50 symbols each, whatever the length of the block.
-constexpr int32_t kMaxSelectors = 32767;
-constexpr int32_t kSymbolsPerSelector = 50;
-
 // Each symbol stands for a byte at least, but the last, which is the end of the block.
 constexpr std::size_t kMaxSymbols = kMaxBlockSize + 1;
 
 // The decoder of symbols wants to see 20 bits even where fewer are left.
 constexpr std::size_t kPadding = 3;
+
+constexpr const char* kDecoding = "Huffman decoding";  // for messages
 
 std::string tooLong() { return "it is longer than " + std::to_string(kMaxBlockSize) + " bytes"; }
 
@@ -32,41 +31,29 @@ std::string tooLong() { return "it is longer than " + std::to_string(kMaxBlockSi
 
 template <typename Take>
 void DecodedBlock::expand(const Take& take) {
-    Buffer memory(sizeFrom(ozrsRLEGetSize_BZ2_8u));
-    auto* const state = stateIn<RLEState>(memory);
-    expectOk(ozrsDecodeRLEStateInit_BZ2_8u(state), "run-length decoding");
+    constexpr const char* kStage = "run-length decoding";
+    auto decoder = expect(ozrdc::bz2::RunLengthDecoder::create(), kStage);
     content_.require(kContentRoom);
-    const uint8_t* next = runs.data();
-    auto left = static_cast<int32_t>(size);
-    for (bool more = true; more;) {
-        uint8_t* to = content_.data();
-        auto room = static_cast<int32_t>(kContentRoom);
-        Status status = StatusDestinationFull;
-        while (left > 0 && room > 0) {
-            status = ozrsDecodeRLEState_BZ2_8u(&next, &left, &to, &room, state);
-            if (status != StatusDestinationFull) expectOk(status, "run-length decoding");
-        }
-        if (room > 0) {
-            status = ozrsDecodeRLEStateFlush_BZ2_8u(state, &to, &room);
-            if (status != StatusDestinationFull) expectOk(status, "run-length decoding");
-            more = status == StatusDestinationFull;
-        }
-        take(Bytes(content_.data(), to));
-    }
+    const MutableBytes room(content_.data(), kContentRoom);
+    // Output begins at the room's beginning whenever it is taken.
+    const auto passOn = [&](ozrdc::Bytes made) { take(Bytes(room.first(made.size()))); };
+    expect(ozrdc::update(decoder, Bytes(runs.data(), size), room, passOn), kStage);
+    expect(ozrdc::finish(decoder, room, passOn), kStage);
 }
 
 void DecodedBlock::unpack() {
-    uint32_t computed = 0;
+    ozrdc::Crc32Bz2 computed;
     contentSize_ = 0;
     std::size_t parts = 0;
     expand([&](Bytes part) {
-        if (part.empty()) return;
-        expectOk(ozrsCRC32_BZ2_8u(part.data(), static_cast<int32_t>(part.size()), &computed), "the CRC");
+        computed.update(part);
         contentSize_ = part.size();
         ++parts;
     });
     whole_ = parts == 1;
-    if (computed != crc) failure = "its CRC is " + hexText(computed) + ", but should be " + hexText(crc);
+    if (computed.value() != crc) {
+        failure = "its CRC is " + hexText(computed.value()) + ", but should be " + hexText(crc);
+    }
 }
 
 void DecodedBlock::writeTo(Sink& sink) {
@@ -76,6 +63,13 @@ void DecodedBlock::writeTo(Sink& sink) {
         expand([&](Bytes part) { sink.write(part); });
     }
 }
+
+BlockDecoder::BlockDecoder()
+    : symbols_(kMaxSymbols * sizeof(uint16_t)),
+      huffman_(expect(ozrdc::bz2::HuffmanDecoder::create(), kDecoding)),
+      sorted_(expect(ozrdc::bz2::BlockDecoder::create(kMaxBlockSize), "undoing the block sort")) {}
+
+std::span<uint16_t> BlockDecoder::allSymbols() { return {reinterpret_cast<uint16_t*>(symbols_.data()), kMaxSymbols}; }
 
 bool BlockDecoder::begin(const Piece& piece, DecodedBlock& block) {
     phase_ = Phase::header;
@@ -117,16 +111,12 @@ void BlockDecoder::readHeader(const Piece& piece) {
     if (primaryIndex_ >= kMaxBlockSize) throw DataError("its primary index is beyond any block");
     if (dictionary_ == 0) throw DataError("no byte values occur in it");
 
-    tables_.require(sizeFrom(
-        [](int32_t* bytes) { return ozrsDecodeHuffGetSize_BZ2_8u16u(kMaxSelectors * kSymbolsPerSelector, bytes); }));
-    symbols_.require(kMaxSymbols * sizeof(uint16_t));
-    expectOk(ozrsDecodeHuffInit_BZ2_8u16u(dictionary_ + 2, stateIn<HuffDecState>(tables_)), "Huffman decoding");
+    expect(huffman_.start(dictionary_ + 2), kDecoding);
     phase_ = Phase::tables;
     count_ = 0;
     nextByte_ = (position + 7) / 8;
     const auto bits = static_cast<unsigned>(8 * nextByte_ - position);
-    code_ = bits == 0 ? 0 : take(bits) << (32 - bits);
-    codeBits_ = static_cast<int32_t>(bits);
+    bits_ = {bits == 0 ? 0 : take(bits) << (32 - bits), static_cast<int32_t>(bits)};
 }
 
 bool BlockDecoder::resume(const Piece& piece, DecodedBlock& block) {
@@ -135,13 +125,12 @@ bool BlockDecoder::resume(const Piece& piece, DecodedBlock& block) {
 }
 
 bool BlockDecoder::decodeMore(Bytes bytes, DecodedBlock& block) {
-    const uint8_t* next = bytes.data();
-    auto left = static_cast<int32_t>(bytes.size());
+    Bytes rest = bytes;
     try {
-        const bool complete = readTables(next, left) && readSymbols(next, left);
-        nextByte_ += static_cast<uint64_t>(next - bytes.data());
+        const bool complete = readTables(rest) && readSymbols(rest);
+        nextByte_ += bytes.size() - rest.size();
         if (!complete) return false;
-        block.end = 8 * nextByte_ - static_cast<uint64_t>(codeBits_);
+        block.end = 8 * nextByte_ - static_cast<uint64_t>(bits_.count);
         restoreRuns(block);
         block.unpack();
     } catch (const DataError& error) {
@@ -151,45 +140,37 @@ bool BlockDecoder::decodeMore(Bytes bytes, DecodedBlock& block) {
 }
 
 // False if the source is used up.
-bool BlockDecoder::readTables(const uint8_t*& next, int32_t& left) {
+bool BlockDecoder::readTables(Bytes& rest) {
     if (phase_ != Phase::tables) return true;
-    if (left == 0) return false;
-    const Status status =
-        ozrsUnpackHuffContext_BZ2_8u16u(&code_, &codeBits_, &next, &left, stateIn<HuffDecState>(tables_));
-    if (status == StatusSourceExhausted) return false;
-    if (status == StatusBadCodeTable) throw DataError("the description of its codes makes no sense");
-    expectOk(status, "Huffman decoding");
+    if (rest.empty()) return false;
+    const auto read = huffman_.readTables(bits_, rest);
+    if (read.status() == StatusBadCodeTable) throw DataError("the description of its codes makes no sense");
+    rest = rest.subspan(expect(read, kDecoding).consumed);
+    if (read->status == StatusSourceExhausted) return false;
     phase_ = Phase::symbols;
     return true;
 }
 
-bool BlockDecoder::readSymbols(const uint8_t*& next, int32_t& left) {
-    auto count = static_cast<int32_t>(kMaxSymbols - count_);
-    if (count == 0) throw DataError(tooLong());
-    const Status status = ozrsDecodeHuff_BZ2_8u16u(&code_, &codeBits_, &next, &left,
-                                                   reinterpret_cast<uint16_t*>(symbols_.data()) + count_, &count,
-                                                   stateIn<HuffDecState>(tables_));
-    count_ += static_cast<std::size_t>(count);
-    if (status == StatusSourceExhausted) return false;
-    if (status == StatusDestinationFull) throw DataError(tooLong());
-    if (status == StatusError) throw DataError("a code in it stands for nothing");
-    expectOk(status, "Huffman decoding");
-    return true;
+bool BlockDecoder::readSymbols(Bytes& rest) {
+    const auto room = allSymbols().subspan(count_);
+    if (room.empty()) throw DataError(tooLong());
+    const auto read = huffman_.readSymbols(bits_, rest, room);
+    if (read.status() == StatusError) throw DataError("a code in it stands for nothing");
+    rest = rest.subspan(expect(read, kDecoding).consumed);
+    count_ += read->produced;
+    if (read->status == StatusDestinationFull) throw DataError(tooLong());
+    return read->status == StatusOk;
 }
 
 void BlockDecoder::restoreRuns(DecodedBlock& block) {
     if (count_ == 0) throw DataError("it is empty");
-    auto size = static_cast<int32_t>(kMaxBlockSize);
-    links_.require(sizeFrom([](int32_t* bytes) { return ozrsDecodeBlockGetSize_BZ2_8u(kMaxBlockSize, bytes); }));
     block.runs.require(kMaxBlockSize);
-    const Status status = ozrsDecodeBlock_BZ2_16u8u(
-        reinterpret_cast<const uint16_t*>(symbols_.data()), static_cast<int32_t>(count_), block.runs.data(), &size,
-        static_cast<int32_t>(primaryIndex_), dictionary_, inUse_.data(), links_.data());
+    const auto decoded = sorted_.decode(allSymbols().first(count_), primaryIndex_, inUse_,
+                                        MutableBytes(block.runs.data(), kMaxBlockSize));
+    if (decoded.status() == StatusSizeError) throw DataError("its primary index is beyond its end");
     // Symbols of these tables always are in the dictionary.
-    if (status == StatusError) throw DataError(tooLong());
-    expectOk(status, "undoing the block sort");
-    block.size = static_cast<std::size_t>(size);
-    if (primaryIndex_ >= block.size) throw DataError("its primary index is beyond its end");
+    if (decoded.status() == StatusError) throw DataError(tooLong());
+    block.size = expect(decoded, "undoing the block sort").size();
     if (randomized_) undoRandomization({block.runs.data(), block.size});
     block.crc = crc_;
 }

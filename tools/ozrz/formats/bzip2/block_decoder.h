@@ -1,8 +1,8 @@
 // Decompresses single blocks, in as many pieces as they come in.
 #pragma once
 
-#include <array>
 #include <memory>
+#include <ozrdc/bz2.hpp>
 #include <string>
 
 #include "formats/bzip2/block_finder.h"
@@ -40,6 +40,8 @@ class DecodedBlock {
 // Holds the memory that is needed for no longer than a block is in work.
 class BlockDecoder {
   public:
+    BlockDecoder();
+
     // Decodes the block that begins with the piece; true if that has come to an end, good or bad. Otherwise the block
     // goes on in the pieces that follow: resume() takes one after the other.
     bool begin(const Piece& piece, DecodedBlock& block);
@@ -53,24 +55,25 @@ class BlockDecoder {
 
     void readHeader(const Piece& piece);
     bool decodeMore(Bytes bytes, DecodedBlock& block);
-    bool readTables(const uint8_t*& next, int32_t& left);
-    bool readSymbols(const uint8_t*& next, int32_t& left);
+    bool readTables(Bytes& rest);
+    bool readSymbols(Bytes& rest);
     void restoreRuns(DecodedBlock& block);
+
+    std::span<uint16_t> allSymbols();
 
     Phase phase_ = Phase::header;
     uint32_t crc_ = 0;
     bool randomized_ = false;
     uint32_t primaryIndex_ = 0;
-    std::array<uint8_t, 256> inUse_{};
-    int32_t dictionary_ = 0;
+    ozrdc::bz2::InUse inUse_{};
+    std::size_t dictionary_ = 0;
 
-    uint64_t nextByte_ = 0;  // of the source, for the library
-    uint32_t code_ = 0;      // bits in front of it, left-aligned
-    int32_t codeBits_ = 0;
-    std::size_t count_ = 0;  // of symbols
-    Buffer tables_;
+    uint64_t nextByte_ = 0;         // of the source, for the library
+    ozrdc::bz2::PendingBits bits_;  // in front of it
+    std::size_t count_ = 0;         // of symbols
     Buffer symbols_;
-    Buffer links_;
+    ozrdc::bz2::HuffmanDecoder huffman_;
+    ozrdc::bz2::BlockDecoder sorted_;
 };
 
 }  // namespace ozrz::bzip2

@@ -4,7 +4,7 @@
 // through one after the other. It takes a hundredth of the time of all stages.
 #pragma once
 
-#include <array>
+#include <ozrdc/bz2.hpp>
 
 #include "bytes.h"
 #include "source.h"
@@ -14,8 +14,8 @@ namespace ozrz::bzip2 {
 struct RunBlock {
     Buffer bytes;  // run-length code
     std::size_t size = 0;
-    std::array<uint8_t, 256> inUse{};  // 1 for every value that occurs in it
-    uint32_t crc = 0;                  // of the content
+    ozrdc::bz2::InUse inUse{};  // the values that occur in it
+    uint32_t crc = 0;           // of the content
 };
 
 class RunReader {
@@ -30,7 +30,7 @@ class RunReader {
 
     Source& source_;
     const std::size_t blockSize_;
-    Buffer state_;
+    ozrdc::bz2::RunLengthEncoder encoder_;
     Buffer piece_;
     Bytes rest_;  // of the piece
 };

@@ -1,17 +1,10 @@
 // Reading what surrounds the streams of gzip files.
 #include "formats/gzip/container.h"
 
-#include <ozrdc.h>
-
 #include "error.h"
 #include "text.h"
 
 namespace ozrz::gzip {
-
-uint32_t extendCrc(uint32_t crc, Bytes bytes) {
-    ozrsCRC32_8u(bytes.data(), static_cast<int32_t>(bytes.size()), &crc);
-    return crc;
-}
 
 bool Container::open(deflate::BitReader& in) {
     const uint64_t position = in.position();

@@ -1,6 +1,8 @@
 // gzip files: members, each a header, a Deflate stream, and check and size of its content.
 #pragma once
 
+#include <ozrdc/checksum.hpp>
+
 #include "formats/deflate/container.h"
 #include "formats/gzip/header.h"
 
@@ -8,15 +10,15 @@ namespace ozrz::gzip {
 
 inline constexpr std::size_t kTrailerSize = 8;
 
-uint32_t extendCrc(uint32_t crc, Bytes bytes);
-
 class Container final : public deflate::Container {
   public:
     bool open(deflate::BitReader& in) override;
     deflate::Trailer close(deflate::BitReader& in) override;
 
-    uint32_t emptyCheck() const override { return 0; }
-    uint32_t extendCheck(uint32_t check, Bytes bytes) const override { return extendCrc(check, bytes); }
+    uint32_t emptyCheck() const override { return ozrdc::Crc32().value(); }
+    uint32_t extendCheck(uint32_t check, Bytes bytes) const override {
+        return ozrdc::Crc32(check).update(bytes).value();
+    }
     void verify(const deflate::Trailer& trailer, uint32_t check, uint64_t size, uint64_t stream) const override;
 
     // Of what has been read so far.

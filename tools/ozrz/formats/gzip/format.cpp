@@ -81,12 +81,12 @@ class GzipFormat final : public Format {
             header.mtime = settings.source.storableTime();
         }
         sink.write(gzip::serialize(header));
-        uint32_t crc = 0;
+        ozrdc::Crc32 crc;
         const uint64_t start = source.position();
-        deflate::encode(source, sink, settings, [&](Bytes bytes) { crc = gzip::extendCrc(crc, bytes); });
+        deflate::encode(source, sink, settings, [&](Bytes bytes) { crc.update(bytes); });
         std::array<uint8_t, gzip::kTrailerSize> trailer;
-        storeLittleEndian(trailer.data(), crc);
-        storeLittleEndian(trailer.data() + sizeof crc, static_cast<uint32_t>(source.position() - start));
+        storeLittleEndian(trailer.data(), crc.value());
+        storeLittleEndian(trailer.data() + sizeof crc.value(), static_cast<uint32_t>(source.position() - start));
         sink.write(trailer);
     }
 

@@ -1,7 +1,7 @@
 // Writing and reading gzip headers.
 #include "formats/gzip/header.h"
 
-#include <ozrdc.h>
+#include <ozrdc/checksum.hpp>
 
 #include "error.h"
 #include "text.h"
@@ -49,13 +49,13 @@ class HeaderBytes {
         return text;
     }
 
-    uint16_t check() const { return static_cast<uint16_t>(crc_); }
+    uint16_t check() const { return static_cast<uint16_t>(crc_.value()); }
 
   private:
-    void add(uint8_t byte) { ozrsCRC32_8u(&byte, 1, &crc_); }
+    void add(uint8_t byte) { crc_.update(Bytes(&byte, 1)); }
 
     deflate::BitReader& in_;
-    uint32_t crc_ = 0;
+    ozrdc::Crc32 crc_;
 };
 
 void appendText(std::vector<uint8_t>& bytes, const std::optional<std::string>& text) {

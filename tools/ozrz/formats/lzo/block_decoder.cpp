@@ -6,7 +6,8 @@
 // free in front of the data.
 #include "formats/lzo/block_decoder.h"
 
-#include <ozrdc.h>
+#include <ozrdc/checksum.hpp>
+#include <ozrdc/lzo.hpp>
 
 #include "error.h"
 #include "text.h"
@@ -21,7 +22,7 @@ constexpr uint8_t kShortRunBase = 17;  // a stream's first byte, less this, is a
 constexpr uint8_t kLongRun = 0;        // the next byte is a number of literals,
 constexpr uint8_t kLongRunBase = 18;   // less this
 
-void compare(const std::optional<uint32_t>& stored, const char* what, Bytes bytes, uint32_t (*check)(Bytes)) {
+void compare(const std::optional<uint32_t>& stored, const char* what, Bytes bytes, uint32_t (*check)(ozrdc::Bytes)) {
     if (!stored) return;
     const uint32_t computed = check(bytes);
     if (computed != *stored) {
@@ -43,34 +44,32 @@ MutableBytes Block::data() {
 
 void Block::decode(uint32_t filter) {
     const MutableBytes packed = data();
-    compare(header.dataAdler, "the Adler-32 of its data", packed, adlerOf);
-    compare(header.dataCrc, "the CRC-32 of its data", packed, crcOf);
+    compare(header.dataAdler, "the Adler-32 of its data", packed, ozrdc::adler32);
+    compare(header.dataCrc, "the CRC-32 of its data", packed, ozrdc::crc32);
     const MutableBytes plain = header.stored() ? packed : decompress();
     if (filter != 0) undoFilter(plain, filter);
     content_ = plain;
-    compare(header.contentAdler, "the Adler-32 of its content", content_, adlerOf);
-    compare(header.contentCrc, "the CRC-32 of its content", content_, crcOf);
+    compare(header.contentAdler, "the Adler-32 of its content", content_, ozrdc::adler32);
+    compare(header.contentCrc, "the CRC-32 of its content", content_, ozrdc::crc32);
 }
 
 MutableBytes Block::decompress() {
-    uint8_t* stream = memory_.data() + kFreeBytes;
-    auto streamSize = static_cast<uint32_t>(header.dataSize);
+    MutableBytes stream = data();
     if (stream[0] == kContainer) {
         static_assert(kFreeBytes >= 1);
         stream[0] = kContainer - kShortRunBase - kLongRunBase;
-        *--stream = kLongRun;
-        ++streamSize;
+        stream = {memory_.data() + kFreeBytes - 1, stream.size() + 1};
+        stream[0] = kLongRun;
     }
     plain_.require(header.size);
-    auto size = static_cast<uint32_t>(header.size);
-    if (ozrsDecodeLZOSafe_8u(stream, streamSize, plain_.data(), &size) != StatusOk) {
-        throw DataError("its data are no LZO stream of " + std::to_string(header.size) + " bytes");
+    const MutableBytes plain(plain_.data(), header.size);
+    const auto decoded = ozrdc::lzo::decode(stream, plain);
+    if (!decoded) throw DataError("its data are no LZO stream of " + std::to_string(plain.size()) + " bytes");
+    if (decoded->size() != plain.size()) {
+        throw DataError("it decodes to " + std::to_string(decoded->size()) + " bytes, but should to " +
+                        std::to_string(plain.size()));
     }
-    if (size != header.size) {
-        throw DataError("it decodes to " + std::to_string(size) + " bytes, but should to " +
-                        std::to_string(header.size));
-    }
-    return {plain_.data(), header.size};
+    return plain;
 }
 
 }  // namespace ozrz::lzo

@@ -1,10 +1,10 @@
 // Writes one member: blocks, compressed in parallel, each stored as it is where compression gains nothing.
-#include <ozrdc.h>
-
 #include <memory>
+#include <ozrdc/checksum.hpp>
+#include <ozrdc/lzo.hpp>
 
-#include "error.h"
 #include "formats/lzo/codec.h"
+#include "library.h"
 #include "pipeline.h"
 
 namespace ozrz::lzo {
@@ -13,52 +13,40 @@ namespace {
 // What all writers of the format take.
 constexpr std::size_t kBlockSize = 256 * KiB;
 
-constexpr uint32_t kStandard = 0;
-constexpr uint32_t kFast = 2;
 constexpr int kFastLevel = 1;
 
 constexpr uint32_t kPlainFileMode = 0100644;  // where the source is none
 
-// Enough for any data.
-constexpr std::size_t compressedBound(std::size_t size) { return size + size / 16 + 67; }
-
 // A block on its way. Both buffers have room in front for the block's header, so that whichever of the two is written
 // goes out in one piece.
 struct Slot {
-    explicit Slot(uint32_t method)
-        : plain(kMaxBlockHeaderSize + kBlockSize), compressed(kMaxBlockHeaderSize + compressedBound(kBlockSize)) {
-        uint32_t size = 0;
-        ozrsEncodeLZOGetSize(method, 0, &size);
-        state.require(size);
-        if (ozrsEncodeLZOInit_8u(method, 0, encoder()) != StatusOk) throw Error("the LZO encoder cannot begin");
-    }
-
-    LZOState* encoder() { return reinterpret_cast<LZOState*>(state.data()); }
+    explicit Slot(ozrdc::lzo::Method method)
+        : plain(kMaxBlockHeaderSize + kBlockSize),
+          compressed(kMaxBlockHeaderSize + ozrdc::lzo::encodedBound(kBlockSize)),
+          encoder(expect(ozrdc::lzo::Encoder::create(method), "preparing the LZO encoder")) {}
 
     Buffer plain;
     std::size_t plainSize = 0;
     Buffer compressed;
-    Buffer state;
+    ozrdc::lzo::Encoder encoder;
     Bytes result;
 };
 
 void compress(Slot& slot, const Header& header) {
     const Bytes plain(slot.plain.data() + kMaxBlockHeaderSize, slot.plainSize);
     uint8_t* data = slot.compressed.data() + kMaxBlockHeaderSize;
-    auto dataSize = static_cast<uint32_t>(compressedBound(plain.size()));
-    const Status status =
-        ozrsEncodeLZO_8u(plain.data(), static_cast<uint32_t>(plain.size()), data, &dataSize, slot.encoder());
-    if (status != StatusOk) throw Error("the LZO encoder failed with status " + std::to_string(status));
+    const MutableBytes room(data, ozrdc::lzo::encodedBound(plain.size()));
+    const std::size_t dataSize = expect(slot.encoder.encode(plain, room), "the LZO encoder").size();
 
     BlockHeader block{.size = plain.size(), .dataSize = dataSize};
-    if (header.has(kAdlerOfContent)) block.contentAdler = adlerOf(plain);
-    if (header.has(kCrcOfContent)) block.contentCrc = crcOf(plain);
+    if (header.has(kAdlerOfContent)) block.contentAdler = ozrdc::adler32(plain);
+    if (header.has(kCrcOfContent)) block.contentCrc = ozrdc::crc32(plain);
     if (dataSize >= plain.size()) {
         block.dataSize = plain.size();
         data = slot.plain.data() + kMaxBlockHeaderSize;
     } else {
-        if (header.has(kAdlerOfData)) block.dataAdler = adlerOf({data, dataSize});
-        if (header.has(kCrcOfData)) block.dataCrc = crcOf({data, dataSize});
+        if (header.has(kAdlerOfData)) block.dataAdler = ozrdc::adler32(Bytes(data, dataSize));
+        if (header.has(kCrcOfData)) block.dataCrc = ozrdc::crc32(Bytes(data, dataSize));
     }
     uint8_t* const begin = putBlockHeader(data, block);
     slot.result = {begin, data + block.dataSize};
@@ -90,8 +78,9 @@ void encode(Source& source, Sink& sink, const Options& options, const EncodeSett
 
     const std::optional<uint64_t> knownSize = settings.source.size;
     const unsigned threads = knownSize && *knownSize <= kBlockSize ? 1 : settings.threads;
+    const auto method = settings.level == kFastLevel ? ozrdc::lzo::Method::fast : ozrdc::lzo::Method::standard;
     std::vector<std::unique_ptr<Slot>> slots(pipelineSlots(threads));
-    for (auto& slot : slots) slot = std::make_unique<Slot>(settings.level == kFastLevel ? kFast : kStandard);
+    for (auto& slot : slots) slot = std::make_unique<Slot>(method);
 
     const auto read = [&](std::size_t i) {
         slots[i]->plainSize = source.read({slots[i]->plain.data() + kMaxBlockHeaderSize, kBlockSize});

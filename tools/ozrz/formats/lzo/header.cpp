@@ -1,10 +1,9 @@
 // Writing and reading headers.
 #include "formats/lzo/header.h"
 
-#include <ozrdc.h>
-
 #include <algorithm>
 #include <limits>
+#include <ozrdc/checksum.hpp>
 
 #include "error.h"
 #include "text.h"
@@ -42,29 +41,26 @@ class Fields {
 
     void read(MutableBytes into) {
         if (source_.read(into) != into.size()) throw DataError("truncated: the data end inside an lzop header");
-        if (into.empty()) return;
-        ozrsAdler32_8u(into.data(), static_cast<int32_t>(into.size()), &adler_);
-        ozrsCRC32_8u(into.data(), static_cast<int32_t>(into.size()), &crc_);
+        adler_.update(into);
+        crc_.update(into);
     }
 
     // Compares the check that follows with that of what was taken, and begins anew behind it.
     void check(bool crc, const char* what) {
-        const uint32_t computed = crc ? crc_ : adler_;
+        const uint32_t computed = crc ? crc_.value() : adler_.value();
         const auto stored = take<uint32_t>();
         if (stored != computed) {
             throw DataError(std::string(what) + " is damaged: its checksum is " + hexText(computed) +
                             ", but should be " + hexText(stored));
         }
-        adler_ = kEmptyAdler;
-        crc_ = 0;
+        adler_ = {};
+        crc_ = {};
     }
 
   private:
-    static constexpr uint32_t kEmptyAdler = 1;
-
     Source& source_;
-    uint32_t adler_ = kEmptyAdler;
-    uint32_t crc_ = 0;
+    ozrdc::Adler32 adler_;
+    ozrdc::Crc32 crc_;
 };
 
 void skipExtraField(Fields& fields, bool crc) {
@@ -91,18 +87,6 @@ std::string nameOf(Method method) {
     return "";
 }
 
-uint32_t adlerOf(Bytes bytes) {
-    uint32_t adler = 1;
-    if (!bytes.empty()) ozrsAdler32_8u(bytes.data(), static_cast<int32_t>(bytes.size()), &adler);
-    return adler;
-}
-
-uint32_t crcOf(Bytes bytes) {
-    uint32_t crc = 0;
-    if (!bytes.empty()) ozrsCRC32_8u(bytes.data(), static_cast<int32_t>(bytes.size()), &crc);
-    return crc;
-}
-
 std::vector<uint8_t> serialize(const Header& header) {
     std::vector<uint8_t> bytes(kMagic.begin(), kMagic.end());
     append(bytes, kVersion);
@@ -117,7 +101,7 @@ std::vector<uint8_t> serialize(const Header& header) {
     const std::size_t nameSize = header.name.size() <= kMaxNameSize ? header.name.size() : 0;
     append(bytes, static_cast<uint8_t>(nameSize));
     bytes.insert(bytes.end(), header.name.begin(), header.name.begin() + static_cast<std::ptrdiff_t>(nameSize));
-    append(bytes, adlerOf(Bytes(bytes).subspan(kMagic.size())));
+    append(bytes, ozrdc::adler32(Bytes(bytes).subspan(kMagic.size())));
     return bytes;
 }
 

@@ -82,7 +82,4 @@ inline constexpr std::size_t kMaxBlockHeaderSize = 6 * sizeof(uint32_t);
 // Writes the header to end at `end`; returns where it begins.
 uint8_t* putBlockHeader(uint8_t* end, const BlockHeader& block);
 
-uint32_t adlerOf(Bytes bytes);
-uint32_t crcOf(Bytes bytes);
-
 }  // namespace ozrz::lzo

@@ -3,22 +3,7 @@
 
 #include "formats/lzss/container.h"
 
-struct LZSSState;
-
 namespace ozrz::lzss {
-
-// Memory for the library's state.
-class StateMemory {
-  public:
-    StateMemory();
-
-    LZSSState* get() { return reinterpret_cast<LZSSState*>(memory_.data()); }
-    // A state that knows nothing of what was decoded with it.
-    LZSSState* cleared();
-
-  private:
-    Buffer memory_;
-};
 
 class BlockEncoder {
   public:
@@ -42,12 +27,14 @@ class BlockEncoder {
     // Both have room in front for the header, so that whichever of the two is written goes out in one piece.
     Buffer plain_;
     Buffer compressed_;
-    StateMemory state_;
+    Buffer state_;
     Bytes result_;
 };
 
 class BlockDecoder {
   public:
+    BlockDecoder();
+
     BlockHeader header;
 
     // Where the data are to be put.
@@ -64,7 +51,7 @@ class BlockDecoder {
 
     Buffer data_;
     Buffer plain_;
-    StateMemory state_;
+    Buffer state_;
     Bytes content_;
 };
 

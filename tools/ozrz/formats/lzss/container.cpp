@@ -1,9 +1,8 @@
 // See the header.
 #include "formats/lzss/container.h"
 
-#include <ozrdc.h>
-
 #include <algorithm>
+#include <ozrdc/checksum.hpp>
 
 #include "error.h"
 
@@ -17,15 +16,11 @@ constexpr std::size_t kBlockSizeLogAt = kFlagsAt + 1;
 constexpr std::size_t kCheckAt = kBlockSizeLogAt + 1;
 static_assert(kCheckAt + 1 == kHeaderSize);
 
-uint8_t checkOf(const HeaderBytes& header) { return static_cast<uint8_t>(crc32c(Bytes(header).first(kCheckAt))); }
+uint8_t checkOf(const HeaderBytes& header) {
+    return static_cast<uint8_t>(ozrdc::crc32c(Bytes(header).first(kCheckAt)));
+}
 
 }  // namespace
-
-uint32_t crc32c(Bytes bytes, uint32_t before) {
-    uint32_t crc = ~before;
-    if (!bytes.empty()) ozrsCRC32C_8u(bytes.data(), static_cast<uint32_t>(bytes.size()), &crc);
-    return ~crc;
-}
 
 bool beginsMember(Bytes head) {
     return head.size() >= kMagic.size() && std::equal(kMagic.begin(), kMagic.end(), head.begin());

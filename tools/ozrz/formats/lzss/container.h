@@ -25,9 +25,6 @@ inline constexpr unsigned kMaxBlockSizeLog = 26;
 using HeaderBytes = std::array<uint8_t, kHeaderSize>;
 using BlockHeaderBytes = std::array<uint8_t, kBlockHeaderSize>;
 
-// The CRC-32C of `bytes` behind others, of which it was `before`.
-uint32_t crc32c(Bytes bytes, uint32_t before = 0);
-
 // Whether the bytes begin with a magic number.
 bool beginsMember(Bytes head);
 

@@ -1,5 +1,6 @@
 // Writes one member, its blocks compressed in parallel.
 #include <memory>
+#include <ozrdc/checksum.hpp>
 #include <vector>
 
 #include "formats/lzss/block.h"
@@ -22,7 +23,7 @@ void encode(Source& source, Sink& sink, const EncodeSettings& settings) {
     const unsigned threads = knownSize && *knownSize <= kBlockSize ? 1 : settings.threads;
     std::vector<std::unique_ptr<BlockEncoder>> blocks(pipelineSlots(threads));
     for (auto& block : blocks) block = std::make_unique<BlockEncoder>(kBlockSize);
-    uint32_t headersCrc = 0;
+    ozrdc::Crc32c headersCrc;
 
     const auto read = [&](std::size_t i) {
         blocks[i]->size = source.read(blocks[i]->room());
@@ -30,13 +31,13 @@ void encode(Source& source, Sink& sink, const EncodeSettings& settings) {
     };
     const auto work = [&](std::size_t i) { blocks[i]->encode(); };
     const auto write = [&](std::size_t i) {
-        headersCrc = crc32c(blocks[i]->result().first(kBlockHeaderSize), headersCrc);
+        headersCrc.update(blocks[i]->result().first(kBlockHeaderSize));
         sink.write(blocks[i]->result());
     };
     runPipeline(threads, blocks.size(), {read, work, write});
 
     std::array<uint8_t, 8> end{};
-    storeLittleEndian(end.data() + 4, headersCrc);
+    storeLittleEndian(end.data() + 4, headersCrc.value());
     sink.write(end);
 }
 

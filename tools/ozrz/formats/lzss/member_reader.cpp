@@ -21,7 +21,7 @@ bool MemberReader::nextMember() {
     blockSize_ = blockSizeOf(header);
     ++members_;
     blocks_ = 0;
-    headersCrc_ = 0;
+    headersCrc_ = {};
     return true;
 }
 
@@ -34,7 +34,7 @@ bool MemberReader::nextBlock(BlockHeader& block) {
     }
     block.size = loadLittleEndian<uint32_t>(head.data());
     if (block.size == 0) {
-        const MutableBytes end = MutableBytes(bytes).first(sizeof block.size + sizeof headersCrc_);
+        const MutableBytes end = MutableBytes(bytes).first(2 * sizeof block.size);
         if (source_.read(end) != end.size()) {
             throw DataError("truncated: the data end in the end mark at byte " + std::to_string(block.position));
         }
@@ -51,16 +51,17 @@ bool MemberReader::nextBlock(BlockHeader& block) {
         throw DataError(nameOf(block) + " is damaged: it has " + std::to_string(block.dataSize) +
                         " bytes of data for " + std::to_string(block.size) + " bytes");
     }
-    headersCrc_ = crc32c(bytes, headersCrc_);
+    headersCrc_.update(bytes);
     ++blocks_;
     return true;
 }
 
 void MemberReader::checkEnd(uint32_t stored) const {
-    if (stored == headersCrc_) return;
+    const uint32_t computed = headersCrc_.value();
+    if (stored == computed) return;
     throw DataError((members_ > 1 ? "member " + std::to_string(members_) + ": " : "") +
                     "the blocks are not those that were written: the checksum of their headers is " +
-                    hexText(headersCrc_) + ", but should be " + hexText(stored));
+                    hexText(computed) + ", but should be " + hexText(stored));
 }
 
 void MemberReader::readData(const BlockHeader& block, MutableBytes into) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <ozrdc/checksum.hpp>
 #include <string>
 
 #include "formats/lzss/container.h"
@@ -41,7 +42,7 @@ class MemberReader {
     uint64_t members_ = 0;
     uint64_t blocks_ = 0;
     std::size_t blockSize_ = 0;
-    uint32_t headersCrc_ = 0;
+    ozrdc::Crc32c headersCrc_;
 };
 
 }  // namespace ozrz::lzss

@@ -2,31 +2,27 @@
 // is too short is filled up: the third and second value repeat the one in front of them, the fourth repeats the first.
 #include "formats/zfp/block_coder.h"
 
-#include <ozrdc.h>
-
 #include <array>
 #include <limits>
 
 #include "error.h"
+#include "library.h"
 
 namespace ozrz::zfp {
 namespace {
 
 constexpr std::size_t kBlockValues = kBlockSide * kBlockSide * kBlockSide;
-constexpr int32_t kRowStep = kBlockSide * sizeof(float);
-constexpr int32_t kPlaneStep = kBlockSide * kRowStep;
 using Block = std::array<float, kBlockValues>;
 
 // Bits that a block takes when nothing limits it.
 constexpr uint64_t kMostBlockBits = 2120;
 
-std::vector<uint64_t> newState() {
-    int32_t size = 0;
-    ozrsEncodeZfpGetStateSize_32f(&size);
-    return std::vector<uint64_t>((static_cast<std::size_t>(size) + sizeof(uint64_t) - 1) / sizeof(uint64_t));
-}
+ozrdc::zfp::Parameters forLibrary(const Parameters& p) { return {p.minBits, p.maxBits, p.maxPrec, p.minExp}; }
 
-ZfpState* as(std::vector<uint64_t>& memory) { return reinterpret_cast<ZfpState*>(memory.data()); }
+// Where the values of a volume's block stand.
+ozrdc::zfp::Steps stepsIn(const Dims& dims) {
+    return {static_cast<int32_t>(dims.nx * sizeof(float)), static_cast<int32_t>(dims.nx * dims.ny * sizeof(float))};
+}
 
 // The part of a block that lies inside the volume.
 struct Part {
@@ -95,54 +91,40 @@ uint64_t encodeVolume(const float* values, const Dims& dims, const Parameters& p
         std::max<uint64_t>(std::min<uint64_t>(kMostBlockBits, parameters.maxBits), parameters.minBits);
     const uint64_t capacity = (dims.blocks() * most + 63) / 64 * 8;
     stream.require(capacity);
-    std::vector<uint64_t> memory = newState();
-    ZfpState* const state = as(memory);
-    ozrsEncodeZfpInitLong_32f(stream.data(), capacity, state);
-    ozrsEncodeZfpSet_32f(parameters.minBits, parameters.maxBits, parameters.maxPrec, parameters.minExp, state);
+    constexpr const char* kStage = "the ZFP encoder";
+    auto encoder =
+        expect(ozrdc::zfp::Encoder::create(MutableBytes(stream.data(), capacity), forLibrary(parameters)), kStage);
     // There is room for everything, so that no call can fail.
     forEachBlock(dims, [&](const Part& part) {
         if (inPlace(part, dims)) {
-            const auto row = static_cast<int32_t>(dims.nx * sizeof(float));
-            const auto plane = static_cast<int32_t>(dims.nx * dims.ny * sizeof(float));
-            ozrsEncodeZfp444_32f(values + part.offset, row, plane, state);
+            expect(encoder.encode(values + part.offset, stepsIn(dims)), kStage);
         } else {
-            const Block block = gather(values, part, dims);
-            ozrsEncodeZfp444_32f(block.data(), kRowStep, kPlaneStep, state);
+            expect(encoder.encode(gather(values, part, dims).data()), kStage);
         }
     });
-    uint64_t bits = 0;
-    ozrsEncodeZfpGetCompressedBitSize_32f(state, &bits);
-    if (ozrsEncodeZfpFlush_32f(state) != StatusOk) throw std::logic_error("a ZFP stream is longer than it can be");
+    const uint64_t bits = expect(encoder.bits(), kStage);
+    expect(encoder.finish(), kStage);
     return bits;
 }
 
-VolumeDecoder::VolumeDecoder(Bytes stream, const Parameters& parameters) : state_(newState()), size_(stream.size()) {
+VolumeDecoder::VolumeDecoder(Bytes stream, const Parameters& parameters) : size_(stream.size()) {
     if (stream.empty()) throw DataError("is damaged: there are no blocks");
-    ozrsDecodeZfpInitLong_32f(stream.data(), stream.size(), as(state_));
-    ozrsDecodeZfpSet_32f(parameters.minBits, parameters.maxBits, parameters.maxPrec, parameters.minExp, as(state_));
+    decoder_ = expect(ozrdc::zfp::Decoder::create(stream, forLibrary(parameters)), "the ZFP decoder");
 }
 
 void VolumeDecoder::decode(const Dims& dims, float* values) {
-    ZfpState* const state = as(state_);
+    constexpr const char* kTooShort = "is damaged: it ends inside its blocks";
     forEachBlock(dims, [&](const Part& part) {
-        Block block;
-        Status status = StatusOk;
         if (inPlace(part, dims)) {
-            const auto row = static_cast<int32_t>(dims.nx * sizeof(float));
-            const auto plane = static_cast<int32_t>(dims.nx * dims.ny * sizeof(float));
-            status = ozrsDecodeZfp444_32f(state, values + part.offset, row, plane);
+            if (!decoder_.decode(values + part.offset, stepsIn(dims))) throw DataError(kTooShort);
         } else {
-            status = ozrsDecodeZfp444_32f(state, block.data(), kRowStep, kPlaneStep);
+            Block block;
+            if (!decoder_.decode(block.data())) throw DataError(kTooShort);
             forEachValue(part, dims, [&](std::size_t i, uint64_t offset) { values[offset] = block[i]; });
         }
-        if (status != StatusOk) throw DataError("is damaged: it ends inside its blocks");
     });
 }
 
-uint64_t VolumeDecoder::unused() const {
-    uint64_t fetched = 0;
-    ozrsDecodeZfpGetDecompressedSizeLong_32f(reinterpret_cast<const ZfpState*>(state_.data()), &fetched);
-    return size_ - fetched;
-}
+uint64_t VolumeDecoder::unused() const { return size_ - expect(decoder_.consumed(), "the ZFP decoder"); }
 
 }  // namespace ozrz::zfp

@@ -1,7 +1,7 @@
 // Volumes to blocks and back, through the library.
 #pragma once
 
-#include <vector>
+#include <ozrdc/zfp.hpp>
 
 #include "bytes.h"
 #include "formats/zfp/volume.h"
@@ -40,7 +40,7 @@ class VolumeDecoder {
     uint64_t unused() const;
 
   private:
-    std::vector<uint64_t> state_;
+    ozrdc::zfp::Decoder decoder_;
     uint64_t size_;
 };
 

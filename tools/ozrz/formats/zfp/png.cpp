@@ -1,9 +1,8 @@
 // See the header. The chunks of a PNG file carry a CRC-32, and its pixels are a zlib stream: the command has both.
 #include "formats/zfp/png.h"
 
-#include <ozrdc.h>
-
 #include <algorithm>
+#include <ozrdc/checksum.hpp>
 #include <string_view>
 
 #include "formats/zlib/format.h"
@@ -24,9 +23,7 @@ void appendChunk(Vector& file, std::string_view type, const Vector& data) {
     const std::size_t begin = file.size();
     file.insert(file.end(), type.begin(), type.end());
     file.insert(file.end(), data.begin(), data.end());
-    uint32_t crc = 0;
-    ozrsCRC32_8u(&file[begin], static_cast<int32_t>(file.size() - begin), &crc);
-    appendNumber(file, crc);
+    appendNumber(file, ozrdc::crc32(std::span(file).subspan(begin)));
 }
 
 Vector header(const Picture& picture) {

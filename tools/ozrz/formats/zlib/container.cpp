@@ -1,8 +1,6 @@
 // Writing and reading what surrounds zlib streams.
 #include "formats/zlib/container.h"
 
-#include <ozrdc.h>
-
 #include "error.h"
 #include "text.h"
 
@@ -27,17 +25,12 @@ uint32_t takeBigEndian(deflate::BitReader& in) {
 
 }  // namespace
 
-uint32_t extendAdler(uint32_t adler, Bytes bytes) {
-    ozrsAdler32_8u(bytes.data(), static_cast<int32_t>(bytes.size()), &adler);
-    return adler;
-}
-
 std::vector<uint8_t> makeHeader(unsigned effort, std::optional<Bytes> dictionary) {
     constexpr unsigned kFirst = kMaxWindowCode << 4 | kMethodDeflate;
     unsigned second = effort << kEffortShift | (dictionary ? kDictionaryFlag : 0);
     second += kHeaderDivisor - (kFirst << 8 | second) % kHeaderDivisor;
     std::vector<uint8_t> bytes{kFirst, static_cast<uint8_t>(second)};
-    if (dictionary) appendBigEndian(bytes, extendAdler(kEmptyAdler, *dictionary));
+    if (dictionary) appendBigEndian(bytes, ozrdc::adler32(*dictionary));
     return bytes;
 }
 
@@ -70,7 +63,7 @@ bool Container::open(deflate::BitReader& in) {
     const uint32_t number = takeBigEndian(in);
     if (streams_ == 1) firstDictionary_ = number;
     if (!given_) throw DataError("it needs the dictionary with the Adler-32 " + hexText(number) + ": give it with -D");
-    const uint32_t given = extendAdler(kEmptyAdler, *given_);
+    const uint32_t given = ozrdc::adler32(*given_);
     if (given != number) {
         throw DataError("it needs the dictionary with the Adler-32 " + hexText(number) + ", but that of -D has " +
                         hexText(given));

@@ -3,15 +3,12 @@
 #pragma once
 
 #include <optional>
+#include <ozrdc/checksum.hpp>
 #include <vector>
 
 #include "formats/deflate/container.h"
 
 namespace ozrz::zlib {
-
-inline constexpr uint32_t kEmptyAdler = 1;
-
-uint32_t extendAdler(uint32_t adler, Bytes bytes);
 
 // How hard the encoder tried, as the header tells it: 0 to 3.
 std::vector<uint8_t> makeHeader(unsigned effort, std::optional<Bytes> dictionary);
@@ -32,8 +29,10 @@ class Container final : public deflate::Container {
     Bytes dictionary() const override { return needed_ ? *given_ : Bytes{}; }
     deflate::Trailer close(deflate::BitReader& in) override;
 
-    uint32_t emptyCheck() const override { return kEmptyAdler; }
-    uint32_t extendCheck(uint32_t check, Bytes bytes) const override { return extendAdler(check, bytes); }
+    uint32_t emptyCheck() const override { return ozrdc::Adler32().value(); }
+    uint32_t extendCheck(uint32_t check, Bytes bytes) const override {
+        return ozrdc::Adler32(check).update(bytes).value();
+    }
     void verify(const deflate::Trailer& trailer, uint32_t check, uint64_t size, uint64_t stream) const override;
 
     // Of what has been read so far.

@@ -35,9 +35,9 @@ class ZlibFormat final : public Format {
 
     void encode(Source& source, Sink& sink, const EncodeSettings& settings) const override {
         sink.write(zlib::makeHeader(effort(settings), settings.dictionary));
-        uint32_t adler = zlib::kEmptyAdler;
-        deflate::encode(source, sink, settings, [&](Bytes bytes) { adler = zlib::extendAdler(adler, bytes); });
-        sink.write(zlib::makeTrailer(adler));
+        ozrdc::Adler32 adler;
+        deflate::encode(source, sink, settings, [&](Bytes bytes) { adler.update(bytes); });
+        sink.write(zlib::makeTrailer(adler.value()));
     }
 
     void decode(Source& source, Sink& sink, const DecodeSettings& settings) const override {

@@ -85,6 +85,8 @@ enum {
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /** @defgroup library Library
+ *
+ * What was linked: the version of the library.
  *  @{ */
 
 /** What the library says of itself. All texts are NUL-terminated and constant. */
@@ -199,14 +201,16 @@ Status ozrsCRC32C_8u(const uint8_t* pSrc, uint32_t len, uint32_t* pCRC) OZRDC_NO
  * @param[in,out] pDstLen  In: capacity of `pDst` in bytes, at least 1. Out: bytes written. Left alone on an error.
  * @retval StatusOk               The block was decoded. A destination that fills exactly at the end of a literal run
  *                                also gives this status, even if source bytes remain, and so does a block that was
- *                                cut right behind a match, or one byte further. Whether a block is whole shows in its
- *                                length, which the caller has to know, or in `*pSrcLen` of `ozrsDecodeLZ4Dict_8u`.
+ *                                cut right behind a long match, or one byte further. Whether a block is whole shows
+ *                                in its length, which the caller has to know, or in `*pSrcLen` of
+ *                                `ozrsDecodeLZ4Dict_8u`.
  * @retval StatusDestinationFull  Literals or a match do not fit. What fits was written; if the source ends inside the
  *                                literals, that may be less than the capacity.
- * @retval StatusSourceExhausted  The source ends inside a sequence: a literal run ends in the last 8 source bytes but
- *                                not at the end, or the bytes of a length or an offset run off the source. (Runs of 25
- *                                to 32 literals whose token stands at least 34 bytes before the source's end are taken
- *                                wherever they end; 33 bytes with a history.)
+ * @retval StatusSourceExhausted  The source ends inside a sequence, or behind a match: a literal run ends in the last 8
+ *                                source bytes but not at the end (then nothing behind it is decoded), or the bytes of
+ *                                a length or an offset run off the source. (Runs of 25 to 32 literals whose token
+ *                                stands at least 34 bytes before the source's end are taken wherever they end; 33
+ *                                bytes with a history.)
  * @retval StatusNullPointer      `pSrc`, `pDst` or `pDstLen` is null.
  * @retval StatusSizeError        `srcLen` or `*pDstLen` is below 1, or a match length does not fit 32 bits.
  * @retval StatusError            A match reaches before the start of the output.
@@ -457,9 +461,10 @@ Status ozrsEncodeLZ4HCHashTableInit_8u(uint8_t** ppTables) OZRDC_NOEXCEPT;
  * positions of its source: a dictionary has to be encoded itself, at positions from 0 on and into a destination that is
  * thrown away, before the first source behind it. Matches lie at most 65534 bytes back.
  *
- * When a sequence does not fit, the block ends behind the last one that does, after a match. The format wants literals
- * there, and the decoder answers such a block with `StatusSourceExhausted` or, cut short, may stop before its last
- * match: append the rest of the source as a run of literals (at least 5 bytes), or throw the block away.
+ * When a sequence does not fit, the block ends behind the last one that does, after a match, or is empty. The format
+ * wants literals at the end, and the decoder, unless that match is very long, stops in front of it with
+ * `StatusSourceExhausted`. Append the rest of the source as a run of literals, or its first 8 bytes at least; or throw
+ * the block away.
  *
  * @param[in]     pSrc      The bytes to encode.
  * @param[in]     srcIdx    Position of the first of them, at least 0.
@@ -473,8 +478,9 @@ Status ozrsEncodeLZ4HCHashTableInit_8u(uint8_t** ppTables) OZRDC_NOEXCEPT;
  * @param[in]     level     1 (fastest) to 9 (smallest): 2^(level - 1) earlier positions are tried. 0 means 9, below 0
  *                          means 1, above 9 means 9.
  * @retval StatusOk               All of the source was consumed.
- * @retval StatusOutputTruncated  A sequence did not fit. The block ends in front of it, after a match.
- * @retval StatusDestinationFull  Only the literals behind the last match did not fit. The block ends after that match.
+ * @retval StatusOutputTruncated  A sequence did not fit. The block ends in front of it, after a match, or is empty.
+ * @retval StatusDestinationFull  Only the literals behind the last match did not fit. The block ends after that match,
+ *                                or is empty.
  * @retval StatusNullPointer      A pointer other than `pDict`, or one of the tables, is null.
  * @retval StatusSizeError        `dictSize` is negative (and `pDict` not null; this is tested before the pointers), or
  *                                `*pSrcLen` or `*pDstLen` is below 1.
@@ -522,8 +528,9 @@ Status ozrsEncodeLZ4HCDictLimit_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t*
  *
  * @code
  * enum { WIN = 32768, HASH = 65536 };
- * uint8_t window[WIN];
- * int32_t head[HASH], prev[WIN], index = 0;
+ * static uint8_t window[WIN];
+ * static int32_t head[HASH], prev[WIN];
+ * int32_t index = 0;
  * for (int i = 0; i < HASH; ++i) head[i] = -32768; // no index; prev needs no preparation
  *
  * // For each piece: `piece` is what the last call left, with new bytes behind it.
@@ -780,9 +787,13 @@ Status ozrsDeflateHuff_8u(const uint8_t* pLitSrc, const uint16_t* pDistSrc, int3
  * for (;;) {
  *     const Status s = ozrsDeflateLZ77Fastest_8u(&src, &srcLen, &srcIdx, window, winSize, head, hashSize,
  *                                                &bits, &bitCount, dst, dstLen, &dstIdx, last ? 2 : 0);
- *     // 33: empty or enlarge dst, and call again.
- *     // 0 and not last: keep the window; more source comes behind what is left of the old.
- *     // 0 and last: the block is complete; its last 0 to 7 bits are in `bits`.
+ *     if (s == StatusDestinationFull) {
+ *         emptyDestination();  // or enlarge it, and call again
+ *     } else if (s == StatusOk && !last) {
+ *         getMoreSource();     // behind what is left of the old; the window stays
+ *     } else {
+ *         break;               // StatusOk: the block is complete; its last 0 to 7 bits are in `bits`
+ *     }
  * }
  * @endcode
  *

@@ -1,6 +1,10 @@
 #!/usr/bin/env python3
 """Compiles and runs what a document shows: its fenced blocks, one after the other, in one scratch directory.
 
+A document is a Markdown file, or a frame: a program (.c, .cpp) for the blocks of code in the comments of the public headers,
+which are mostly too short to stand alone. A line "//! HEADER N" of a frame stands for block N of that header. Every block of
+the headers (of *.h for a frame in C, of *.hpp for one in C++) must be used, and the frame must run, and succeed.
+
 What becomes of a block depends on its language, the first word behind the fence:
 
   c, cpp          A complete program. It must compile without warnings. With a file name as second word it is stored
@@ -59,6 +63,8 @@ class Block:
 
 
 def blocks_of(document):
+    if document.suffix != ".md":
+        return [framed(document)]
     blocks = []
     fence = None
     for number, line in enumerate(document.read_text().splitlines(), 1):
@@ -75,6 +81,31 @@ def blocks_of(document):
     if fence is not None:
         raise Failure(f"{document.name}:{fence[0]}: the block does not end")
     return blocks
+
+
+def header_blocks(header):
+    """The blocks of code in the comments of a header, without what begins the lines of a comment."""
+    blocks = re.findall(r"@code\n(.*?)[^\n]*@endcode", header.read_text(), re.DOTALL)
+    return [re.sub(r"^ *(\*|///) ?", "", block, flags=re.MULTILINE) for block in blocks]
+
+
+def framed(frame):
+    include = frame.parents[3] / "include"
+    language = frame.suffix[1:]
+    unused = {}
+    for header in sorted(include.rglob("*.h" if language == "c" else "*.hpp")):
+        name = str(header.relative_to(include))
+        unused.update({f"{name} {n}": text for n, text in enumerate(header_blocks(header), 1)})
+
+    def block(match):
+        if match[1] not in unused:
+            raise Failure(f"{frame.name}: there is no block {match[1]}, or it was used before")
+        return unused.pop(match[1])
+
+    text = re.sub(r"^ *//! (.*)\n", block, frame.read_text(), flags=re.MULTILINE)
+    if unused:
+        raise Failure(f"{frame.name}: these blocks are not used: {', '.join(unused)}")
+    return Block(frame, 1, language, "", text)
 
 
 def check_links(document):
@@ -249,7 +280,8 @@ def main():
             return 0
         (document,) = arguments.documents
         blocks = blocks_of(document)
-        check_links(document)
+        if document.suffix == ".md":
+            check_links(document)
         check_names(blocks)
         shutil.rmtree(arguments.directory, ignore_errors=True)
         arguments.directory.mkdir(parents=True)

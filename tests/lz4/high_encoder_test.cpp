@@ -265,25 +265,45 @@ TEST(Lz4HighEncoder, WritesThePredictedBlockOfLongSourcesAtManyCapacities) {
     }
 }
 
-// What is to be done with a block that was cut: the rest follows as literals.
+// Appends a run of literals that ends a block.
+Bytes withLastRun(Bytes block, ByteView literals) {
+    const std::size_t count = literals.size();
+    block.push_back(static_cast<uint8_t>(std::min<std::size_t>(count, 15) << 4));
+    if (count >= 15) {
+        block.insert(block.end(), (count - 15) / 255, 255);
+        block.push_back(static_cast<uint8_t>((count - 15) % 255));
+    }
+    block.insert(block.end(), literals.begin(), literals.end());
+    return block;
+}
+
+// What is to be done with a block that was cut: the rest follows as literals, or 8 bytes of it. As it is, it is whole
+// for no decoder.
 TEST(Lz4HighEncoder, CutBlockIsWholeAgainWithARunOfLiterals) {
     const Bytes source = sampleKind("text").make(3000, 9);
-    const Bytes whole = encodeHighAlone(source, 6);
-    ChainTables tables;
-    std::array<uint8_t*, 2> pointers{reinterpret_cast<uint8_t*>(tables.heads.data()),
-                                     reinterpret_cast<uint8_t*>(tables.links.data())};
-    Bytes block(whole.size() / 2);
-    int32_t consumed = 3000;
-    auto written = static_cast<int32_t>(block.size());
-    ASSERT_EQ(ozrsEncodeLZ4HC_8u(source.data(), 0, &consumed, block.data(), &written, pointers.data(), nullptr, 0, 6),
-              StatusOutputTruncated);
-    ASSERT_LT(consumed, 3000 - 300);
-    block.resize(static_cast<std::size_t>(written));
-    const int rest = 3000 - consumed;
-    block.push_back(0xF0);
-    for (int left = rest - 15; left >= 0; left -= 255) block.push_back(static_cast<uint8_t>(std::min(left, 255)));
-    block.insert(block.end(), source.end() - rest, source.end());
-    EXPECT_EQ(oracle::lz4Decompress(block, 3000), source);
+    const auto needed = std::ssize(encodeHighAlone(source, 6));
+    HighEncoderCheck encoder;
+    for (int64_t capacity = 100; capacity < needed; ++capacity) {
+        SCOPED_TRACE(capacity);
+        ChainTables tables;
+        ASSERT_TRUE(encoder.agrees(tables, source, {}, 6, capacity));
+        const Bytes& block = encoder.expected().block;
+        const auto consumed = static_cast<std::size_t>(encoder.expected().consumed);
+        ASSERT_GT(consumed, 0U);
+        const ByteView rest = ByteView(source).subspan(consumed);
+        ASSERT_GE(rest.size(), 5U);
+        ASSERT_EQ(oracle::lz4Decompress(withLastRun(block, rest), source.size()), source);
+        if (rest.size() >= 8) {
+            ASSERT_EQ(oracle::lz4Decompress(withLastRun(block, rest.first(8)), consumed + 8),
+                      Bytes(source.begin(), source.begin() + static_cast<std::ptrdiff_t>(consumed + 8)));
+        }
+
+        Bytes decoded(source.size());
+        auto size = static_cast<int32_t>(decoded.size());
+        EXPECT_EQ(ozrsDecodeLZ4_8u(block.data(), static_cast<int32_t>(block.size()), decoded.data(), &size),
+                  StatusSourceExhausted);
+        EXPECT_LT(size, encoder.expected().consumed);
+    }
 }
 
 // --- Dictionaries ---------------------------------------------------------------------------------------------------

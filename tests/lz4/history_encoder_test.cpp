@@ -385,6 +385,35 @@ TEST(Lz4HistoryEncoder, AnotherDecoderReadsEveryBlock) {
     }
 }
 
+// Wherever the encoder had its history, the decoder may have it in front of its output or elsewhere.
+TEST(Lz4HistoryEncoder, BlocksDecodeBehindTheirDictionaryWhereverItLies) {
+    HistoryEncoderCheck encoder;
+    for (const SampleKind& kind : sampleKinds()) {
+        SCOPED_TRACE(kind.name);
+        for (const std::size_t historySize : {1U, 8U, 9U, 700U, 65535U, 70000U}) {
+            const Behind data{kind.make(historySize + 5000, 27), historySize};
+            const auto dictSize = static_cast<int32_t>(historySize);
+            const GuardedBuffer dictionary(data.history());
+            for (const EncoderHistory& history : {data.asPrefix(), data.asDictionary()}) {
+                PositionTable table = loadedTable(data.history());
+                ASSERT_TRUE(encoder.agrees(table, data.source(), history));
+                for (const bool inFront : {true, false}) {
+                    GuardedBuffer memory(historySize + 5000);
+                    if (inFront) std::memcpy(memory.data(), dictionary.data(), historySize);
+                    auto consumed = static_cast<int32_t>(encoder.block().size());
+                    int32_t written = 5000;
+                    EXPECT_EQ(ozrsDecodeLZ4Dict_8u(encoder.block().data(), &consumed, memory.data(), dictSize, &written,
+                                                   inFront ? memory.data() : dictionary.data(), dictSize),
+                              StatusOk);
+                    EXPECT_EQ(consumed, std::ssize(encoder.block()));
+                    EXPECT_EQ(written, 5000);
+                    EXPECT_TRUE(std::equal(data.source().begin(), data.source().end(), memory.data() + historySize));
+                }
+            }
+        }
+    }
+}
+
 TEST(Lz4HistoryEncoder, TableMayStandAtAnOddAddress) {
     const Behind data{sampleKind("mixed").make(9000, 25), 4000};
     PositionTable table = loadedTable(data.history());

@@ -180,7 +180,8 @@ class Runner:
             PKG_CONFIG_PATH=libraries + "/pkgconfig",
             CMAKE_PREFIX_PATH=str(self.installed),
             PATH=f"{pathlib.Path(self.arguments.ozrz).parent}:{self.environment['PATH']}")
-        self.flags = ["-I", str(self.installed / "include"), "-L", libraries, "-lozrdcy8"]
+        self.include = ["-I", str(self.installed / "include")]
+        self.link = ["-L", libraries, "-lozrdcy8", "-lm", "-pthread"]
 
     def do(self, block):
         if block.language not in KNOWN:
@@ -217,9 +218,9 @@ class Runner:
         source = self.directory / name
         source.write_text(block.text)
         compiler = self.arguments.cc if block.language == "c" else self.arguments.cxx
-        output = ["-fsyntax-only"] if block.built_later else ["-o", str(source.with_suffix(""))]
+        output = ["-fsyntax-only"] if block.built_later else ["-o", str(source.with_suffix("")), *self.link]
         built = self.run([compiler, PROGRAMS[block.language], "-O1", "-Wall", "-Wextra", "-Wshadow", "-Werror",
-                          str(source), *output, *self.flags, "-lm", "-pthread"])
+                          *self.include, str(source), *output])
         if built.returncode != 0:
             block.fail("the program does not compile:\n" + built.stdout)
         self.written = None

@@ -41,6 +41,24 @@ static_assert(kKnownEqual <= ThoroughSearch<uint32_t>::kMargin && kKnownEqual <=
     return position + getboundlong(base + position, base, candidate + kKnownEqual, end - position);
 }
 
+// The end of a match of any length, before which the places are prefetched that a search behind it will look at.
+template <class Search>
+[[gnu::always_inline]] inline int64_t endOfMatch(const Source stretch, const Search& search,
+                                                 const Found match) noexcept {
+    constexpr int64_t kPrefetched = 3;
+    const uint8_t* const base = stretch.begin;
+    const int64_t unknown = match.position + kMinMatch;
+#pragma GCC unroll 3
+    for (int64_t i = 0; i < kPrefetched; ++i) search.prefetch(base, unknown + i);
+    int64_t end;
+    if (const uint64_t difference = load64(base + unknown) ^ load64(base + match.candidate + kMinMatch)) [[likely]] {
+        end = unknown + ozrdc::detail::equalBytes(difference);
+    } else {
+        end = endOfLongMatch(base, match.position, match.candidate, stretch.length());
+    }
+    return opaque(end);
+}
+
 // Writes the matches of a stretch of the source, and the literals in front of them, from `literals` on, which moves on
 // to those behind the last match. False if the destination has no room for an instruction.
 //
@@ -48,42 +66,37 @@ static_assert(kKnownEqual <= ThoroughSearch<uint32_t>::kMargin && kKnownEqual <=
 // compare, and add the length. Everything else is kept off it. While a match is being extended, the candidates of the
 // positions where it is likely to end are prefetched; and where it ends is known before it is written.
 template <class Search>
-[[gnu::always_inline]] inline bool encodeMatches(const Source stretch, Search& search, InstructionWriter& writer,
+[[gnu::always_inline]] inline bool encodeMatches(const Source stretch, const Search& search, InstructionWriter& writer,
                                                  const uint8_t*& literals) noexcept {
-    constexpr int64_t kPrefetched = 3;
     const uint8_t* const base = stretch.begin;
     const int64_t searchEnd = stretch.length() - Search::kMargin;
-    int64_t position = kFirstSearched;
-    const uint8_t* firstLiteral = literals;
-    bool whole = true;
-    while (position < searchEnd) {
-        // Right behind a match there mostly is another.
-        int64_t candidate;
-        bool found = search.template find<Expectation::Match>(base, position, candidate);
-        while (!found) {
-            position += search.stepAfterMiss();
-            if (position >= searchEnd) break;
-            found = search.template find<Expectation::Miss>(base, position, candidate);
-        }
-        if (!found) break;
-        search.foundMatch();
 
-        const uint8_t* const match = base + position;
-        for (int64_t i = 0; i < kPrefetched; ++i) search.prefetch(base, position + kMinMatch + i);
-        int64_t next = position + kMinMatch;
-        if (const uint64_t difference = load64(base + next) ^ load64(base + candidate + kMinMatch)) [[likely]] {
-            next += ozrdc::detail::equalBytes(difference);
-        } else {
-            next = endOfLongMatch(base, position, candidate, stretch.length());
-        }
-        next = opaque(next);
-        whole = writer.put(firstLiteral, static_cast<uint64_t>(match - firstLiteral),
-                           static_cast<uint64_t>(position - candidate), static_cast<uint64_t>(next - position));
-        if (!whole) break;
-        position = next;
-        firstLiteral = base + next;
+    Found match = search.findFirst(base, searchEnd);
+    if (match.position >= searchEnd) return true;
+    int64_t matchEnd = endOfMatch(stretch, search, match);
+    if (!writer.putCarefully(literals, static_cast<uint64_t>(base + match.position - literals),
+                             static_cast<uint64_t>(match.position - match.candidate),
+                             static_cast<uint64_t>(matchEnd - match.position))) {
+        return false;
     }
-    literals = firstLiteral;
+    bool whole = true;
+    while (matchEnd < searchEnd) {
+        // Right behind a match there mostly is another.
+        match.position = matchEnd;
+        if (!search.template find<Expectation::Match>(base, matchEnd, match.candidate)) {
+            match = search.findNext(base, matchEnd, searchEnd);
+            if (match.position >= searchEnd) break;
+        }
+        const int64_t next = endOfMatch(stretch, search, match);
+        // (Were the literals' address computed from the same register as that of the next four bytes, the compiler
+        // would keep it in memory.)
+        whole = writer.put(base + opaque(matchEnd), static_cast<uint64_t>(match.position - matchEnd),
+                           static_cast<uint64_t>(match.position - match.candidate),
+                           static_cast<uint64_t>(next - match.position));
+        if (!whole) break;
+        matchEnd = next;
+    }
+    literals = base + opaque(matchEnd);
     return whole;
 }
 
@@ -91,7 +104,7 @@ template <class Search>
 template <class Entry>
 [[gnu::noinline]] void ownEncodeLZO1X_opt(const Source src, InstructionWriter& writer, uint8_t* scratch,
                                           const uint8_t*& literals) noexcept {
-    ThoroughSearch<Entry> search{{scratch}};
+    const ThoroughSearch<Entry> search{{scratch}};
     search.dictionary.clear();
     // A copy, so that it can stay in registers.
     InstructionWriter local = writer;
@@ -119,7 +132,8 @@ Status ownEncodeLZO1X(const Source src, InstructionWriter& writer, uint8_t* scra
 // The matches of the fast compressor: chunk by chunk. False if the destination has no room.
 [[gnu::noinline]] bool ownEncodeLZO1X1_opt(const Source src, InstructionWriter& writer, uint8_t* scratch,
                                            const uint8_t*& literals) noexcept {
-    SteppedSearch search{{scratch}};
+    int64_t misses = 0;
+    const SteppedSearch search{{scratch}, &misses};
     InstructionWriter local = writer;
     bool whole = true;
     for (const uint8_t* p = src.begin; whole && p < src.end;) {

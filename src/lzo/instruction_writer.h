@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -103,11 +104,17 @@ class InstructionWriter {
     // Writes literals and a match. False, and nothing is written, if there is no room for both.
     [[gnu::always_inline]] bool put(const uint8_t* literals, uint64_t count, uint64_t distance,
                                     uint64_t length) noexcept {
-        if (count <= kUnit && length <= matchClass(distance).longest && op_ <= plainEnd_ && literals <= plainSourceEnd_)
-            [[likely]] {
-            op_ = putPlain(op_, literals, count, distance, length);
+        if (isPlain(count, distance, length) && op_ <= plainEnd_ && literals + count <= plainSourceEnd_) [[likely]] {
+            if (count != 0) op_ = putPlainRun(op_, literals, count);
+            op_ = putPlainMatch(op_, distance, length);
             return true;
         }
+        return putCarefully(literals, count, distance, length);
+    }
+
+    // The same, for what is rare: a stream's first instruction, what is not plain, and the ends of the buffers.
+    [[gnu::always_inline]] bool putCarefully(const uint8_t* literals, uint64_t count, uint64_t distance,
+                                             uint64_t length) noexcept {
         uint8_t* const end = putAny(*this, literals, count, distance, length);
         if (end == nullptr) return false;
         op_ = end;
@@ -148,12 +155,16 @@ class InstructionWriter {
     }
 
   private:
-    // Most instructions are plain: few literals, copied as one unit, and a match without an extension.
+    // Most instructions are plain: neither the literals nor the match are longer than this, for which one byte of an
+    // extension is enough in any form. (All lower bits are set, so that one comparison does for both.)
+    static constexpr uint64_t kPlainMax = 255;
+    static_assert(std::has_single_bit(kPlainMax + 1) && kPlainMax <= kExtensionZero);
+    // Literals are copied in units; most often one is all.
     static constexpr uint64_t kUnit = 16;
     static_assert(kUnit <= kPlainRunMax);
-    // What is written of them at most: a header, a unit, of which the literals may be all, and a match as a 32-bit
-    // word.
-    static constexpr uint64_t kPlainRoom = 1 + kUnit + 4;
+    // What is written of a plain instruction at most: a header of two bytes, units of literals, and a match as a 32-bit
+    // word. A unit is read, at most, behind the literals.
+    static constexpr uint64_t kPlainRoom = 2 + kPlainMax + kUnit + 4;
 
     // How a run of so many literals behind a match is told: in the two low bits of the match, or by a byte of its own.
     struct RunHeader {
@@ -168,53 +179,87 @@ class InstructionWriter {
         return headers;
     }();
 
-    // A match that is not short, as a word: the part that its class gives, to which the length and the lower bits of
-    // the distance are added, and the longest match of the class without an extension.
+    // A class of matches, by the distance. A match is a 32-bit word, of which two, three or four bytes are written.
     struct MatchClass {
-        uint32_t word;
-        uint32_t longest;
+        uint32_t word;          // of a match that is not short: what the length and the distance are added to
+        uint16_t longestShort;  // up to this length the match is a short one,
+        uint16_t longest;       // and up to this one it needs no extension
     };
-    static constexpr unsigned kLowerBits = 14;
-    static constexpr unsigned kLowerShift = 10;
-    static constexpr std::array<MatchClass, 3> kMatchClasses{{
-        {kMiddleClass - kLengthBias, kMiddleLengthMask + kLengthBias},
-        // Long matches count from a distance that is one less.
-        {kLongClass - kLengthBias + (1U << kLowerShift), kLongLengthMask + kLengthBias},
-        {(kLongClass | kLongDistanceBit) - kLengthBias + (1U << kLowerShift), kLongLengthMask + kLengthBias},
-    }};
-    static_assert((kDistanceMax - 1) >> kLowerBits < kMatchClasses.size());
-    // The one distance where that one carries into the upper bits.
-    static constexpr uint64_t kCarryingDistance = 2U << kLowerBits;
+    // Where the distance is added.
+    static constexpr unsigned kDistanceShift = 10;
+    // A class goes over 2048 distances, so that the first one is that of short matches.
+    static constexpr unsigned kClassShift = 11;
+    static_assert(kShortDistanceMax == 1U << kClassShift);
+    // The first distance with the upper bit set is the last one of its class, and its word would be wrong.
+    static constexpr uint32_t kCarryingDistance = 2 * kLongDistanceBase;
+    static constexpr auto kMatchClasses = [] {
+        std::array<MatchClass, ((kDistanceMax - 1) >> kClassShift) + 1> classes{};
+        for (uint32_t i = 0; i < classes.size(); ++i) {
+            MatchClass& match = classes[i];
+            const uint32_t nearest = (i << kClassShift) + 1;
+            if (nearest <= kMiddleDistanceMax) {
+                match.word = kMiddleClass - kLengthBias;
+                match.longestShort = i == 0 ? kShortLengthMax : 0;
+                match.longest = kMiddleLengthMask + kLengthBias;
+            } else {
+                const bool far = nearest >= kCarryingDistance;
+                const uint32_t distanceBase = far ? kCarryingDistance : kLongDistanceBase;
+                match.word = (kLongClass | (far ? kLongDistanceBit : 0)) - kLengthBias;
+                // What is added is the distance less one.
+                match.word -= (distanceBase - 1) << kDistanceShift;
+                match.longest = kLongLengthMask + kLengthBias;
+            }
+        }
+        return classes;
+    }();
 
     [[gnu::always_inline]] static const MatchClass& matchClass(uint64_t distance) noexcept {
-        return kMatchClasses[(distance - 1) >> kLowerBits];
+        return kMatchClasses[(distance - 1) >> kClassShift];
     }
 
-    // Which of the forms the header and the match take cannot be predicted: both are chosen without a branch.
-    [[gnu::always_inline]] static uint8_t* putPlain(uint8_t* op, const uint8_t* literals, uint64_t count,
-                                                    uint64_t distance, uint64_t length) noexcept {
+    [[gnu::always_inline]] static bool isPlain(uint64_t count, uint64_t distance, uint64_t length) noexcept {
+        return (count | length) <= kPlainMax && distance != kCarryingDistance;
+    }
+
+    [[gnu::always_inline]] static uint8_t* putPlainRun(uint8_t* op, const uint8_t* literals, uint64_t count) noexcept {
+        if (count > kUnit) [[unlikely]]
+            return putLongerRun(op, literals, count);
         const RunHeader header = kRunHeaders[count];
         op[-2] |= header.bits;
         *op = static_cast<uint8_t>(count - kRunBias);
         op += header.size;
         copyBlock<kUnit>(op, literals);
-        op += count;
-        if (distance == kCarryingDistance) [[unlikely]]
-            return putCarryingMatch(op, length);
-        const uint64_t coded = distance - 1;
-        const uint64_t lower = coded & ((1U << kLowerBits) - 1);
-        const auto shortWord = static_cast<uint32_t>(((length - 1) << 5) + (coded & 7) * 4 + (coded >> 3 << 8));
-        const auto otherWord = static_cast<uint32_t>(matchClass(distance).word + length + (lower << kLowerShift));
-        // All ones if one of the two is too large for a short match: the sign of either difference.
-        const auto other = ((int64_t{kShortDistanceMax} - static_cast<int64_t>(distance)) |
-                            (int64_t{kShortLengthMax} - static_cast<int64_t>(length))) >>
-                           63;
-        store32(op, shortWord ^ ((shortWord ^ otherWord) & static_cast<uint32_t>(other)));
-        return op + 2 - other;
+        return op + count;
     }
 
-    [[gnu::noinline, gnu::cold]] static uint8_t* putCarryingMatch(uint8_t* op, uint64_t length) noexcept {
-        return writeMatch(op, kCarryingDistance, length);
+    [[gnu::noinline]] static uint8_t* putLongerRun(uint8_t* op, const uint8_t* literals, uint64_t count) noexcept {
+        op = writeRunHeader(op, count, FirstByte::Plain);
+        copyUnits(op, literals, count);
+        return op + count;
+    }
+
+    // Up to a unit more is read and written.
+    static void copyUnits(uint8_t* to, const uint8_t* from, uint64_t count) noexcept {
+        for (uint64_t done = 0; done < count; done += kUnit) copyBlock<kUnit>(to + done, from + done);
+    }
+
+    // Which form a match without an extension takes cannot be predicted: it is chosen without a branch.
+    [[gnu::always_inline]] static uint8_t* putPlainMatch(uint8_t* op, uint64_t distance, uint64_t length) noexcept {
+        const MatchClass& match = matchClass(distance);
+        const auto coded = static_cast<uint32_t>(distance - 1);
+        const auto n = static_cast<uint32_t>(length);
+        const uint32_t word = match.word + (coded << kDistanceShift);
+        if (n > match.longest) [[unlikely]] {
+            const uint32_t whole = word + kLengthBias;
+            store32(op, (whole & 0xFF) | (n - match.longest) << 8 | whole >> 8 << 16);
+            return op + 4;
+        }
+        // (n - 1) << 5 | (coded & 7) << 2 | coded >> 3 << 8, in fewer steps.
+        const uint32_t shortWord = (coded + n - 1) * 32 - (coded & 7) * 28;
+        // All ones if the match is not a short one: the sign of a difference.
+        const int64_t other = (int64_t{match.longestShort} - int64_t{n}) >> 63;
+        store32(op, shortWord ^ ((shortWord ^ (word + n)) & static_cast<uint32_t>(other)));
+        return op + 2 - other;
     }
 
     // Any literals and match; returns where they end, or null if there is no room. Out of line, so that the registers
@@ -228,7 +273,7 @@ class InstructionWriter {
         const bool roomForUnits = writer.room() - size >= kUnit;
         op = writeRunHeader(op, count, firstByte);
         if (roomForUnits && static_cast<uint64_t>(writer.sourceEnd_ - literals) >= count + kUnit) {
-            for (uint64_t done = 0; done < count; done += kUnit) copyBlock<kUnit>(op + done, literals + done);
+            copyUnits(op, literals, count);
         } else {
             std::memcpy(op, literals, count);
         }

@@ -8,6 +8,7 @@
 // position where nothing was found.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "core/crc_hash.h"
@@ -23,6 +24,12 @@ constexpr int64_t kMinMatch = 4;
 
 // The first position of a source, or of a chunk, that is searched.
 constexpr int64_t kFirstSearched = 4;
+
+// Returns `value` if it is above `limit`, and otherwise `instead`. Compilers make a branch of this.
+[[gnu::always_inline]] inline int64_t ifAbove(int64_t value, int64_t limit, int64_t instead) noexcept {
+    __asm__("cmp %1, %0\n\tcmovle %2, %0" : "+r"(value) : "r"(limit), "r"(instead) : "cc");
+    return value;
+}
 
 // A dictionary of 2^bits entries in the caller's scratch.
 template <class Entry, unsigned bits>
@@ -57,6 +64,13 @@ struct Dictionary {
     }
 };
 
+// Where a match begins, and the earlier position that it repeats. If nothing was found, `position` is not in front of
+// the end of the search.
+struct Found {
+    int64_t position;
+    int64_t candidate;
+};
+
 // What stands at a position more often than not. Both expectations give the same result.
 enum class Expectation { Match, Miss };
 
@@ -85,16 +99,21 @@ struct ThoroughSearch {
     [[gnu::always_inline]] bool find(const uint8_t* base, int64_t position, int64_t& candidate) const noexcept {
         const uint32_t word = load32(base + position);
         const int64_t entry = dictionary.exchange(word, position + kBias);
-        candidate = entry - kBias;
-        if constexpr (!kIsShort && expectation == Expectation::Match) {
+        if constexpr (kIsShort) {
+            candidate = entry;
+            return load32(base + candidate) == word && candidate != kNone;
+        } else if constexpr (expectation == Expectation::Match) {
             // A branch that is mostly predicted, so that nothing waits for it.
             if (entry <= position) return false;
-        } else if constexpr (!kIsShort) {
-            // Whether old entries are in reach cannot be predicted. Here they become none, without a branch: the sign
-            // of the difference is a mask.
-            candidate &= (position - entry) >> 63;
+            candidate = entry - kBias;
+            return load32(base + candidate) == word;
+        } else {
+            // Whether old entries are in reach cannot be predicted. Here they become none, without a branch.
+            const int64_t reached = ifAbove(entry, position, kNone + kBias);
+            if (load32(base + (reached - kBias)) != word) return false;
+            candidate = opaque(reached) - kBias;
+            return candidate != kNone;
         }
-        return load32(base + candidate) == word && candidate != kNone;
     }
 
     // Loads what a search at a later position will need.
@@ -102,8 +121,29 @@ struct ThoroughSearch {
         __builtin_prefetch(base + (dictionary.look(load32(base + position)) - kBias));
     }
 
-    [[gnu::always_inline]] static int64_t stepAfterMiss() noexcept { return 1; }
-    [[gnu::always_inline]] static void foundMatch() noexcept {}
+    [[gnu::always_inline]] Found findFirst(const uint8_t* base, int64_t end) const noexcept {
+        return findFrom(base, kFirstSearched, end);
+    }
+
+    // Searches on, behind the end of a match where nothing was found.
+    [[gnu::always_inline]] Found findNext(const uint8_t* base, int64_t matchEnd, int64_t end) const noexcept {
+        return findFrom(base, matchEnd + 1, end);
+    }
+
+  private:
+    [[gnu::always_inline]] Found findFrom(const uint8_t* base, int64_t position, int64_t end) const noexcept {
+        // The end is looked at once in so many positions.
+        constexpr int64_t kAtOnce = 4;
+        int64_t candidate = kNone;
+        for (; position <= end - kAtOnce; position += kAtOnce) {
+#pragma GCC unroll 4
+            for (int64_t i = 0; i < kAtOnce; ++i) {
+                if (find<Expectation::Miss>(base, position + i, candidate)) return {position + i, candidate};
+            }
+        }
+        while (position < end && !find<Expectation::Miss>(base, position, candidate)) ++position;
+        return {position, candidate};
+    }
 };
 
 // In chunks, with steps that grow while nothing is found.
@@ -114,25 +154,73 @@ struct SteppedSearch {
     static constexpr int64_t kChunk = 49152;
     static_assert(kChunk - 1 <= kDistanceMax);
 
+    // The step grows by one with every so many misses in succession.
     static constexpr int64_t kMissesPerStep = 32;
 
-    Dictionary<uint16_t, 14> dictionary;
-    int64_t misses = 0;
+    using Slots = Dictionary<uint16_t, 14>;
+    Slots dictionary;
+
+    // The misses in succession at the end of a chunk, which count in the next one. Kept elsewhere, so that a search can
+    // be in registers.
+    int64_t* misses;
 
     // A slot that is clear stands for position 0, which is as good as any.
     template <Expectation>
     [[gnu::always_inline]] bool find(const uint8_t* base, int64_t position, int64_t& candidate) const noexcept {
-        const uint32_t word = load32(base + position);
-        candidate = dictionary.exchange(word, position);
-        return load32(base + candidate) == word;
+        return findIn(dictionary, base, position, candidate);
     }
 
     [[gnu::always_inline]] void prefetch(const uint8_t* base, int64_t position) const noexcept {
         __builtin_prefetch(base + dictionary.look(load32(base + position)));
     }
 
-    [[gnu::always_inline]] int64_t stepAfterMiss() noexcept { return 1 + ++misses / kMissesPerStep; }
-    [[gnu::always_inline]] void foundMatch() noexcept { misses = 0; }
+    [[gnu::always_inline]] Found findFirst(const uint8_t* base, int64_t end) const noexcept {
+        return findInSteps(dictionary, base, kFirstSearched, end, *misses, misses);
+    }
+
+    // Searches on, behind the end of a match where nothing was found.
+    [[gnu::always_inline]] Found findNext(const uint8_t* base, int64_t matchEnd, int64_t end) const noexcept {
+        // The step is still one.
+        const int64_t nearEnd = std::min(end, matchEnd + kMissesPerStep);
+        int64_t position = matchEnd + 1;
+        for (; position < nearEnd; ++position) {
+            int64_t candidate;
+            if (findIn(dictionary, base, position, candidate)) return {position, candidate};
+        }
+        const int64_t missed = position - matchEnd;
+        return findInSteps(dictionary, base, position + missed / kMissesPerStep, end, missed, misses);
+    }
+
+  private:
+    [[gnu::always_inline]] static bool findIn(const Slots dictionary, const uint8_t* base, int64_t position,
+                                              int64_t& candidate) noexcept {
+        const uint32_t word = load32(base + position);
+        candidate = dictionary.exchange(word, position);
+        return load32(base + candidate) == word;
+    }
+
+    // Searches on after so many misses. Out of line: this is for data where there is little to find.
+    [[gnu::noinline]] static Found findInSteps(const Slots dictionary, const uint8_t* base, int64_t position,
+                                               int64_t end, int64_t missed, int64_t* misses) noexcept {
+        int64_t candidate = 0;
+        while (position < end) {
+            // All positions that are reached with the same step.
+            const int64_t step = 1 + missed / kMissesPerStep;
+            const int64_t first = position;
+            const int64_t behind = first + (kMissesPerStep - missed % kMissesPerStep) * step;
+            for (const int64_t stop = std::min(end, behind); position < stop; position += step) {
+                if (findIn(dictionary, base, position, candidate)) {
+                    *misses = 0;
+                    return {position, candidate};
+                }
+            }
+            missed += (position - first) / step;
+            // The last miss of these makes the step longer.
+            if (position == behind) ++position;
+        }
+        *misses = missed;
+        return {position, candidate};
+    }
 };
 
 }  // namespace ozrdc::lzo

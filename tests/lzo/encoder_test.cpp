@@ -152,19 +152,31 @@ TEST_F(LzoEncoder, FirstRunsOfEveryLength) {
     }
 }
 
+// A match of each class, of the lengths where its form changes, as the first of its stream and behind another.
 TEST_F(LzoEncoder, MatchLengthsOfEveryClass) {
     Random random(504);
     Bytes base(60000);
     random.fill(base);
+    Bytes matchBefore(base.end() - 40, base.end());
+    matchBefore.insert(matchBefore.end(), matchBefore.begin(), matchBefore.begin() + 20);
+    std::vector<std::size_t> lengths;
+    for (std::size_t length = 3; length <= 50; ++length) lengths.push_back(length);
+    // Around 255, and where an extension takes a second byte.
+    for (const std::size_t middle : {255U, 264U, 288U, 519U, 543U}) {
+        for (std::size_t length = middle - 2; length <= middle + 2; ++length) lengths.push_back(length);
+    }
     for (const std::size_t distance :
          {5U, 2048U, 2049U, 16383U, 16384U, 16385U, 32767U, 32768U, 32769U, 49151U, 49152U}) {
-        for (std::size_t length = 3; length <= 600; length += length < 50 ? 1 : 51) {
-            Bytes source(base.begin(), base.begin() + static_cast<std::ptrdiff_t>(distance));
-            // Repeats what lies `distance` back, then differs.
-            for (std::size_t i = 0; i < length; ++i) source.push_back(source[source.size() - distance]);
-            source.push_back(static_cast<uint8_t>(source[source.size() - distance] + 1));
-            source.insert(source.end(), base.end() - 30, base.end());
-            ASSERT_NO_FATAL_FAILURE(check(source)) << distance << ", " << length;
+        for (const std::size_t length : lengths) {
+            for (const bool first : {true, false}) {
+                Bytes source = first ? Bytes() : matchBefore;
+                source.insert(source.end(), base.begin(), base.begin() + static_cast<std::ptrdiff_t>(distance));
+                // Repeats what lies `distance` back, then differs.
+                for (std::size_t i = 0; i < length; ++i) source.push_back(source[source.size() - distance]);
+                source.push_back(static_cast<uint8_t>(source[source.size() - distance] + 1));
+                source.insert(source.end(), base.end() - 70, base.end() - 40);
+                ASSERT_NO_FATAL_FAILURE(check(source)) << distance << ", " << length;
+            }
         }
     }
 }

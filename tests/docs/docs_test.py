@@ -35,6 +35,7 @@ import sys
 
 FENCE = re.compile(r"^( *)(`{3,}|~{3,})[ ]*([^\s`]*)[ ]*([^`]*)$")
 LINK = re.compile(r"\]\(([^)\s]+)\)")
+CUT_LINK = re.compile(r"^[^\[\]]*\]\(")
 EXIT_STATUS = re.compile(r"#.*exit status (\d+)")
 UNTESTED = "untested:"
 PROGRAMS = {"c": "-std=c11", "cpp": "-std=c++20"}
@@ -114,6 +115,8 @@ def check_links(document):
         inside ^= FENCE.match(line) is not None
         if inside:
             continue
+        if CUT_LINK.search(line):
+            raise Failure(f"{document.name}:{number}: the text of a link begins in the line before, which the site does not take")
         for target in LINK.findall(line):
             path = target.split("#")[0]
             if path and "://" not in target and not (document.parent / path).exists():

@@ -52,5 +52,18 @@ case $example in
         }
         ! "$program" log 2000 2>/dev/null >&2 || fail "a record that is not there is no error"
         ;;
+    lzss_fixed_memory)
+        seq 200000 >numbers
+        for size in 0 1 4096 4097 1000000; do
+            head -c $size numbers >part
+            "$program" pack part packed && "$program" unpack packed back
+            cmp part back || fail "$size bytes do not come back"
+        done
+        [ "$(stat -c %s packed)" -lt 500000 ] || fail "it has not become smaller"
+        head -c 100000 packed >cut
+        ! "$program" unpack cut back 2>/dev/null || fail "a cut file is no error"
+        printf '\377\377\377' | dd of=packed bs=1 seek=50000 conv=notrunc status=none
+        ! "$program" unpack packed back 2>/dev/null || fail "a damaged file is no error"
+        ;;
     *) fail "there is no test of $example" ;;
 esac

@@ -2,7 +2,14 @@
 # build with it, and the command.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(OZRDC_PACKAGE_CONTACT "The ozrdc authors <authors@ozrdc.example>" CACHE STRING "Who answers for the packages")
+# Whoever makes packages answers for them, and tells so as with other tools of Debian: by DEBFULLNAME and DEBEMAIL, or by
+# -DOZRDC_PACKAGE_CONTACT. The project has no public address; the one that stands in for it can belong to nobody.
+if(DEFINED ENV{DEBEMAIL} AND DEFINED ENV{DEBFULLNAME})
+  set(contact "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
+else()
+  set(contact "The ozrdc authors <authors@ozrdc.example>")
+endif()
+set(OZRDC_PACKAGE_CONTACT ${contact} CACHE STRING "Who answers for the packages: Name <address>")
 set(CPACK_PACKAGE_CONTACT ${OZRDC_PACKAGE_CONTACT})
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own

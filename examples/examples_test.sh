@@ -60,8 +60,8 @@ case $example in
             cmp part back || fail "$size bytes do not come back"
         done
         [ "$(stat -c %s packed)" -lt 700000 ] || fail "it has not become smaller"
-        head -c 100000 packed >cut
-        ! "$program" unpack cut back 2>/dev/null || fail "a cut file is no error"
+        head -c 100000 packed >shortened
+        ! "$program" unpack shortened back 2>/dev/null || fail "a cut file is no error"
         printf '\377\377\377' | dd of=packed bs=1 seek=50000 conv=notrunc status=none
         ! "$program" unpack packed back 2>/dev/null || fail "a damaged file is no error"
         ;;

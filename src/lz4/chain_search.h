@@ -43,18 +43,18 @@ struct ChainTables {
     }
 };
 
-// A match at `at`, which repeats the bytes `distance` back.
+// A match at `at`, which repeats the bytes `distance` back. Two registers hold one.
 struct Match {
     const uint8_t* at = nullptr;
-    int64_t length = 0;
-    int64_t distance = 0;
+    int32_t length = 0;
+    int32_t distance = 0;
 
     [[nodiscard]] const uint8_t* end() const noexcept { return at + length; }
 
     // Moves the beginning; the end stays.
     void beginLater(int64_t n) noexcept {
         at += n;
-        length -= n;
+        length -= static_cast<int32_t>(n);
     }
 };
 
@@ -133,7 +133,7 @@ struct LongestWalk : Walk {
     LongestWalk(const Walk& walk, const uint8_t* limit) noexcept : Walk(walk), matchLimit(limit), tail(load32(p)) {}
 
     // Looks at a candidate; false if no other can be better.
-    [[gnu::always_inline]] bool consider(const CandidateBytes& from, int64_t distance) noexcept {
+    [[gnu::always_inline]] bool consider(const CandidateBytes& from, int32_t distance) noexcept {
         const uint8_t* limit = matchLimit;
         if constexpr (!Bytes::kOnePiece) {
             limit = std::min(limit, p + (from.end - from.at));
@@ -145,7 +145,7 @@ struct LongestWalk : Walk {
         if (n <= length) return true;
         length = n;
         tail = load32(p + length - kTail);
-        best = {p, n, distance};
+        best = {p, static_cast<int32_t>(n), distance};
         return p + n < matchLimit;
     }
 };
@@ -154,10 +154,13 @@ struct LongestWalk : Walk {
 // it. At least 16 bytes of the source follow the position.
 //
 // All candidates have the bytes at the position, and nearly all fail by a little. So the equal bytes of the 16 on
-// either side are counted at once, and if their sum is too small, that is the end of it.
+// either side are counted at once, and if their sum is too small, that is the end of it. The bytes in front are turned
+// round first: to count from the low end of a mask is one quick instruction, and from the high end a slow one.
 template <class Bytes>
 struct WiderWalk : Walk {
-    static constexpr int64_t kWord = 16;
+    static constexpr int kWord = 16;
+    static constexpr uint32_t kAllEqual = 0xFFFF;
+    static constexpr int kUncounted = -1;
 
     const uint8_t* matchLimit;
     int64_t mostBack;
@@ -165,8 +168,8 @@ struct WiderWalk : Walk {
     const uint8_t* wordsFrom;  // from there on, candidates have words on both sides
     __m128i ahead;
     __m128i back = _mm_setzero_si128();
-    uint32_t stop;  // a bit that ends the count where the match must begin
-    bool hasWordBack;
+    uint32_t backMask;          // a bit for each byte of the word in front that a match may contain
+    int tooShort = kUncounted;  // sums up to that are exact, and not above `length`; no word is counted if negative
 
     WiderWalk(const Walk& walk, const uint8_t* lowest, int64_t lengthSoFar, const Bytes& bytes,
               const uint8_t* limit) noexcept
@@ -176,28 +179,29 @@ struct WiderWalk : Walk {
           length(lengthSoFar),
           wordsFrom(bytes.end),
           ahead(load128(p)),
-          stop(mostBack < kWord ? uint32_t{1} << (kWord - 1 - mostBack) : 0),
-          hasWordBack(p - bytes.begin >= kWord) {
-        if (!hasWordBack) return;
+          backMask(mostBack < kWord ? (uint32_t{1} << mostBack) - 1 : kAllEqual) {
+        if (p - bytes.begin < kWord || matchLimit - p < kWord) return;
         wordsFrom = bytes.begin + kWord;
-        back = load128(p - kWord);
+        back = turnedRound(load128(p - kWord));
+        setTooShort();
     }
 
-    [[gnu::always_inline]] bool consider(const CandidateBytes& from, int64_t distance) noexcept {
+    [[gnu::always_inline]] bool consider(const CandidateBytes& from, int32_t distance) noexcept {
         if (hasWords(from)) [[likely]] {
-            const uint32_t differBack = differences(back, from.at - kWord) | stop;
-            const uint32_t differAhead = differences(ahead, from.at);
-            if (differBack != 0 && differAhead != 0) [[likely]] {
-                const int equal = __builtin_ctz(differAhead) + __builtin_clz(differBack) - (32 - kWord);
-                if (equal <= static_cast<int>(length)) [[likely]]
-                    return true;
+            const uint32_t equalAhead = equalMask(ahead, load128(from.at));
+            const uint32_t equalBack = equalMask(back, turnedRound(load128(from.at - kWord))) & backMask;
+            const int n = leadingOnes(equalAhead) + leadingOnes(equalBack);
+            if (n <= tooShort) [[likely]]
+                return true;
+            if (equalAhead != kAllEqual && equalBack != kAllEqual) {
+                if (n > length) accept(n, leadingOnes(equalBack), distance);
+                return true;
             }
         }
         const int64_t most = std::min(matchLimit - p, from.end - from.at);
         const Reach reach = measure(p, from.at, most, std::min(mostBack, from.at - from.begin), length - mostBack);
         if (reach.ahead + reach.back <= length) return true;
-        length = reach.ahead + reach.back;
-        best = {p - reach.back, length, distance};
+        accept(reach.ahead + reach.back, reach.back, distance);
         return length < mostBack + (matchLimit - p);
     }
 
@@ -209,14 +213,31 @@ struct WiderWalk : Walk {
 
     [[gnu::always_inline]] bool hasWords(const CandidateBytes& from) const noexcept {
         if constexpr (Bytes::kOnePiece) return from.at >= wordsFrom;
-        return hasWordBack && from.at - from.begin >= kWord && from.end - from.at >= kWord;
+        return tooShort != kUncounted && from.at - from.begin >= kWord && from.end - from.at >= kWord;
     }
 
-    // A bit for each of 16 bytes that are not the same.
-    [[gnu::always_inline]] static uint32_t differences(__m128i bytes, const uint8_t* other) noexcept {
-        const int equal = _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, load128(other)));
-        return static_cast<uint32_t>(equal) ^ 0xFFFF;
+    [[gnu::always_inline]] void accept(int64_t n, int64_t before, int32_t distance) noexcept {
+        length = n;
+        best = {p - before, static_cast<int32_t>(n), distance};
+        if (tooShort != kUncounted) setTooShort();
     }
+
+    // A word that is all equal may go on: such a sum is never too small.
+    [[gnu::always_inline]] void setTooShort() noexcept {
+        tooShort = static_cast<int>(std::min<int64_t>(length, kWord - 1));
+    }
+
+    [[gnu::always_inline]] static __m128i turnedRound(__m128i bytes) noexcept {
+        return _mm_shuffle_epi8(bytes, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+    }
+
+    // A bit for each of 16 bytes that are the same.
+    [[gnu::always_inline]] static uint32_t equalMask(__m128i a, __m128i b) noexcept {
+        return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(a, b)));
+    }
+
+    // How many bytes are equal before the first that is not.
+    [[gnu::always_inline]] static int leadingOnes(uint32_t mask) noexcept { return __builtin_ctz(mask + 1); }
 
     // The equal bytes on both sides; none if the byte `needed` bytes ahead differs, which a longer match has, wherever
     // it begins.
@@ -247,7 +268,7 @@ class ChainSearch {
 
     // The longest match that contains the byte `overlap` bytes before the end of one and does not begin before it, if
     // longer; of length 0 otherwise.
-    [[gnu::noinline]] Match longer(const Match& match, int64_t overlap) noexcept {
+    [[gnu::always_inline]] Match longer(const Match& match, int64_t overlap) noexcept {
         const uint8_t* const p = match.end() - overlap;
         touch(match.end());  // where the next walk begins if this one finds nothing
         enterUpTo(p);
@@ -279,7 +300,7 @@ class ChainSearch {
         const uint64_t next = load32(tables_.link(candidate));
         CandidateBytes from;
         if (bytes_.find(candidate, from) &&
-            !walk.consider(from, static_cast<int64_t>(kMaxChainDistance - fromOldest))) {
+            !walk.consider(from, static_cast<int32_t>(kMaxChainDistance - fromOldest))) {
             return false;
         }
         walk.candidate = next;

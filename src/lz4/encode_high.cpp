@@ -44,13 +44,13 @@ constexpr int64_t kLeastFirst = 3;
 // How far a second match has to begin later, so that the first one keeps up to `most` bytes and the second one four.
 [[nodiscard]] int64_t correction(const Match& first, const Match& second, int64_t most) noexcept {
     const int64_t gap = second.at - first.at;
-    const int64_t kept = std::min({first.length, most, gap + second.length - int64_t{kMinMatch}});
+    const int64_t kept = std::min({int64_t{first.length}, most, gap + second.length - int64_t{kMinMatch}});
     return std::max<int64_t>(0, kept - gap);
 }
 
 // Where two matches overlap, the first ends where the second begins.
 void cutAt(Match& first, const Match& second) noexcept {
-    first.length = std::min<int64_t>(first.length, second.at - first.at);
+    first.length = static_cast<int32_t>(std::min<int64_t>(first.length, second.at - first.at));
 }
 
 template <class Bytes>
@@ -123,7 +123,7 @@ class Parser {
             if (third.at < first.end() + kLeastFirst) {
                 // No room for the second between them, but perhaps for what of it lies behind the first.
                 if (second.at < first.end()) second.beginLater(first.end() - second.at);
-                if (second.length < kMinMatch) second = third;
+                if (second.length < int32_t{kMinMatch}) second = third;
                 if (!put(first)) return false;
                 first = second;
                 return true;

@@ -19,6 +19,8 @@ namespace ozrdc::lz4 {
 // How many bytes at the end of the source a match leaves alone: the first of a block, and the later ones.
 constexpr int64_t kFirstMatchMargin = 5;
 constexpr int64_t kNextMatchMargin = 12;
+static_assert(kNextMatchMargin >= kFirstMatchMargin);
+static_assert(kSearchMargin - kNextMatchMargin - kMinMatch >= kSourceBehindGroup);
 
 struct Source {
     const uint8_t* begin;
@@ -47,12 +49,13 @@ template <class Search, class Writer>
             const int64_t literals = hit.at - anchor;
             int64_t extra = extend(hit, matchLimit);
             const auto offset = static_cast<uint64_t>(search.history.position(hit.at) - hit.candidate);
-            if (!writer.admit(static_cast<uint64_t>(literals), extra)) break;
+            const Admission admission = writer.admit(static_cast<uint64_t>(literals), extra);
+            if (admission == Admission::Refused) break;
             // The next search starts before this sequence is written: the way to the next match is the longer one.
             const uint8_t* const next = hit.at + kMinMatch + extra;
             const bool searched = next < search.limit;
             const int64_t prepared = searched ? search.prepare(next) : 0;
-            writer.put(anchor, static_cast<uint64_t>(literals), offset, static_cast<uint64_t>(extra));
+            writer.put(admission, anchor, static_cast<uint64_t>(literals), offset, static_cast<uint64_t>(extra));
             anchor = next;
             if (!searched) break;
             matchLimit = src.end() - nextMatchMargin;

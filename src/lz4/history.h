@@ -23,8 +23,13 @@ struct Hit {
     int64_t candidate = 0;  // the position of the earlier group
 };
 
-// Counts how many bytes behind the groups of a hit are equal too. A displacement in the address of the first comparison
-// would cost a cycle on the way to the next match, so that the base is moved once and for all.
+// In a source, the limit of a match lies at least this far behind every group that is probed.
+constexpr int64_t kSourceBehindGroup = 8;
+
+// Counts how many bytes behind the groups of a hit are equal too, where `kLeast` bytes at least may be compared. A
+// displacement in the address of the first comparison would cost a cycle on the way to the next match, so that the base
+// is moved once and for all.
+template <int64_t kLeast>
 struct Extender {
     const uint8_t* compareBase;
 
@@ -32,9 +37,11 @@ struct Extender {
 
     [[gnu::always_inline]] int64_t operator()(const Hit& hit, const uint8_t* matchLimit) const noexcept {
         const uint8_t* const compared = hit.at + kMinMatch;
+        if (matchLimit - compared < kLeast) __builtin_unreachable();
         return getboundlong(compared, compareBase, hit.candidate, matchLimit - compared);
     }
 };
+using SourceExtender = Extender<kSourceBehindGroup>;
 
 // No history: every candidate lies in the source. With `kOffsetsAlwaysFit` none is too far away.
 template <bool kOffsetsAlwaysFit>
@@ -50,7 +57,7 @@ struct NoHistory {
         return kOffsetsAlwaysFit || candidate + int64_t{kMaxOffset} >= position(p);
     }
 
-    [[nodiscard]] Extender extender() const noexcept { return Extender(base); }
+    [[nodiscard]] SourceExtender extender() const noexcept { return SourceExtender(base); }
 };
 
 // The history lies right in front of the source. No byte further back than an offset reaches is read, so that no more
@@ -66,7 +73,7 @@ struct PrefixHistory {
         return candidate + int64_t{kMaxOffset} >= position(p) && load32(base + candidate) == load32(p);
     }
 
-    [[nodiscard]] Extender extender() const noexcept { return Extender(base); }
+    [[nodiscard]] SourceExtender extender() const noexcept { return SourceExtender(base); }
 };
 
 // A match may not begin where fewer bytes of a separate dictionary follow than are compared at once.
@@ -116,8 +123,8 @@ struct SeparateHistory {
     // A match never runs from the dictionary on into the source.
     struct TwoSidedExtender {
         const SeparateHistory& history;
-        Extender inSource;
-        Extender inDictionary;
+        SourceExtender inSource;
+        Extender<0> inDictionary;
 
         [[gnu::always_inline]] int64_t operator()(const Hit& hit, const uint8_t* matchLimit) const noexcept {
             if (history.isInSource(hit.candidate)) return inSource(hit, matchLimit);
@@ -125,7 +132,9 @@ struct SeparateHistory {
         }
     };
 
-    [[nodiscard]] TwoSidedExtender extender() const noexcept { return {*this, Extender(base), Extender(dictionary)}; }
+    [[nodiscard]] TwoSidedExtender extender() const noexcept {
+        return {*this, SourceExtender(base), Extender<0>(dictionary)};
+    }
 };
 
 // How the encoders with a dictionary understand their arguments.

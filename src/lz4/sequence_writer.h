@@ -89,13 +89,17 @@ template <Literals copy>
     return (count | extra) < kOrdinary && static_cast<int64_t>(count) <= room - kAmple;
 }
 
+// Whether a sequence fits into the destination, and how it is written.
+enum class Admission { Refused, InWholeUnits, Exactly };
+
 struct UncheckedWriter {
     uint8_t* op;
 
     // Whether a sequence fits, and with which length of its match: here always, and with all of it.
-    [[gnu::always_inline]] static bool admit(uint64_t, int64_t&) noexcept { return true; }
+    [[gnu::always_inline]] static Admission admit(uint64_t, int64_t&) noexcept { return Admission::InWholeUnits; }
 
-    [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
+    [[gnu::always_inline]] void put(Admission, const uint8_t* literals, uint64_t count, uint64_t offset,
+                                    uint64_t extra) noexcept {
         op = writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra);
     }
 
@@ -114,18 +118,19 @@ struct BoundedWriter {
     uint8_t* end;
 
     // Whether a sequence fits; its match, `extra` bytes longer than the shortest, may be made shorter for that.
-    [[gnu::always_inline]] bool admit(uint64_t count, int64_t& extra) const noexcept {
-        if (hasAmpleRoom(count, static_cast<uint64_t>(extra))) [[likely]]
-            return true;
-        const int64_t admitted = admitNearEnd(count, extra);
-        extra = admitted;
-        return admitted >= 0;
+    [[gnu::always_inline]] Admission admit(uint64_t count, int64_t& extra) const noexcept {
+        if (isAmple(end - op - kReserve, count, static_cast<uint64_t>(extra))) [[likely]]
+            return Admission::InWholeUnits;
+        extra = admitNearEnd(count, extra);
+        return extra < 0 ? Admission::Refused : Admission::Exactly;
     }
 
-    // Writes one sequence that was admitted.
-    [[gnu::always_inline]] void put(const uint8_t* literals, uint64_t count, uint64_t offset, uint64_t extra) noexcept {
-        op = hasAmpleRoom(count, extra) ? writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra)
-                                        : writeNearEnd(op, literals, count, offset, extra);
+    // Writes one sequence as it was admitted.
+    [[gnu::always_inline]] void put(Admission admission, const uint8_t* literals, uint64_t count, uint64_t offset,
+                                    uint64_t extra) noexcept {
+        op = admission == Admission::InWholeUnits
+                 ? writeSequence<Literals::InWholeUnits>(op, literals, count, offset, extra)
+                 : writeNearEnd(op, literals, count, offset, extra);
     }
 
     // Writes as much of the source as fits as the last literals; returns how many.
@@ -138,10 +143,6 @@ struct BoundedWriter {
     }
 
   private:
-    [[gnu::always_inline]] bool hasAmpleRoom(uint64_t count, uint64_t extra) const noexcept {
-        return isAmple(end - op - kReserve, count, extra);
-    }
-
     // Decides as exactly as the end of the destination demands. Returns the length that the match may have beyond the
     // shortest, or -1 if the sequence does not fit.
     [[gnu::noinline, gnu::cold]] int64_t admitNearEnd(uint64_t count, int64_t extra) const noexcept {

@@ -55,6 +55,7 @@ struct HeaderFields {
     uint32_t flags = kAdlerOfContent;
     uint32_t filter = 0;
     uint64_t mtime = 0;
+    uint32_t mode = 0100644;
     std::string name{};
     std::string extra{};
 };
@@ -63,7 +64,7 @@ std::string header(const HeaderFields& fields = {}) {
     std::string all = bigEndian(fields.version, 2) + bigEndian(0x20A0, 2) + bigEndian(fields.needed, 2) +
                       bigEndian(fields.method, 1) + bigEndian(5, 1) + bigEndian(fields.flags, 4);
     if ((fields.flags & kFilter) != 0) all += bigEndian(fields.filter, 4);
-    all += bigEndian(0100644, 4) + bigEndian(fields.mtime & 0xFFFFFFFF, 4) + bigEndian(fields.mtime >> 32, 4) +
+    all += bigEndian(fields.mode, 4) + bigEndian(fields.mtime & 0xFFFFFFFF, 4) + bigEndian(fields.mtime >> 32, 4) +
            bigEndian(fields.name.size(), 1) + fields.name;
     const auto check = [&](const std::string& bytes) {
         return bigEndian((fields.flags & kHeaderCrc) != 0 ? crcOf(bytes) : adlerOf(bytes), 4);
@@ -363,11 +364,13 @@ class LzoFiles : public Workspace {
 
 TEST_F(LzoFiles, NameAndTimeAreStoredAndRestored) {
     write("notes", "hello");
+    ASSERT_EQ(chmod(path("notes").c_str(), 0600), 0);
     setModificationTime("notes", 1'234'567'890);
     ASSERT_EQ(ozrz({"-F", "lzo", "--rm", "notes"}).exitCode, 0);
-    EXPECT_EQ(read("notes.lzo"),
-              header({.flags = kAdlerOfContent | 0x03000000, .mtime = 1'234'567'890, .name = "notes"}) +
-                  block("hello", "hello") + kEnd);
+    EXPECT_EQ(
+        read("notes.lzo"),
+        header({.flags = kAdlerOfContent | 0x03000000, .mtime = 1'234'567'890, .mode = 0100600, .name = "notes"}) +
+            block("hello", "hello") + kEnd);
     std::filesystem::rename(path("notes.lzo"), path("other.lzo"));
     setModificationTime("other.lzo", 1'000'000'000);
     const Result listed = ozrz({"-lv", "other.lzo"});
@@ -482,6 +485,17 @@ TEST_F(LzopCommand, AgreesAboutMembers) {
     const std::string file = encode("first ") + lzop({"-c"}, "second").out + encode("") + storedMember(" third");
     EXPECT_EQ(ozrz({"-dc"}, file).out, "first second third");
     EXPECT_EQ(lzop({"-dc"}, file).out, "first second third");
+}
+
+TEST_F(LzopCommand, ExtractsPrivateFilesAsSuch) {
+    write("notes", "hello");
+    ASSERT_EQ(chmod(path("notes").c_str(), 0600), 0);
+    ASSERT_EQ(ozrz({"-F", "lzo", "--rm", "notes"}).exitCode, 0);
+    ASSERT_EQ(chmod(path("notes.lzo").c_str(), 0644), 0);
+    ASSERT_EQ(lzop({"-x", "notes.lzo"}).exitCode, 0);
+    struct stat status {};
+    ASSERT_EQ(stat(path("notes").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, mode_t{0100600});
 }
 
 TEST_F(LzopCommand, NamesAreRestoredBothWays) {

@@ -54,7 +54,10 @@ bool InputFile::isTerminal() const { return isatty(descriptor_) != 0; }
 SourceInfo InputFile::info() const {
     SourceInfo info{.size = size_};
     if (!isStdin_) info.name = name_.substr(name_.rfind('/') + 1);
-    if (isRegular()) info.mtime = status_.st_mtim;
+    if (isRegular()) {
+        info.mtime = status_.st_mtim;
+        info.mode = status_.st_mode;
+    }
     return info;
 }
 

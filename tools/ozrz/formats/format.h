@@ -27,6 +27,7 @@ struct SourceInfo {
     std::string name{};               // of the file, without directories; empty for standard input
     std::optional<uint64_t> size{};   // of a regular file
     std::optional<timespec> mtime{};  // of a regular file
+    std::optional<mode_t> mode{};     // of a regular file: kind and permissions
 
     // The time as a field of 32 bits holds it: seconds since 1970, 0 if it is not known or does not fit.
     uint32_t storableTime() const {

@@ -15,7 +15,7 @@ constexpr std::size_t kBlockSize = 256 * KiB;
 
 constexpr int kFastLevel = 1;
 
-constexpr uint32_t kPlainFileMode = 0100644;  // where the source is none
+constexpr uint32_t kPlainFileMode = 0100644;  // where that of the source is not told
 
 // A block on its way. Both buffers have room in front for the block's header, so that whichever of the two is written
 // goes out in one piece.
@@ -66,6 +66,8 @@ Header headerFor(const Options& options, const EncodeSettings& settings) {
     if (settings.storeName) {
         header.name = settings.source.name;
         header.mtime = settings.source.storableTime();
+        // The format's own command gives it to what it extracts: a private file must not become a public one.
+        header.mode = settings.source.mode.value_or(kPlainFileMode);
     }
     return header;
 }

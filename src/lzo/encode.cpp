@@ -45,11 +45,10 @@ static_assert(kKnownEqual <= ThoroughSearch<uint32_t>::kMargin && kKnownEqual <=
 template <class Search>
 [[gnu::always_inline]] inline int64_t endOfMatch(const Source stretch, const Search& search,
                                                  const Found match) noexcept {
-    constexpr int64_t kPrefetched = 3;
     const uint8_t* const base = stretch.begin;
     const int64_t unknown = match.position + kMinMatch;
-#pragma GCC unroll 3
-    for (int64_t i = 0; i < kPrefetched; ++i) search.prefetch(base, unknown + i);
+#pragma GCC unroll 4
+    for (int64_t i = 0; i < Search::kPrefetched; ++i) search.prefetch(base, unknown + i);
     int64_t end;
     if (const uint64_t difference = load64(base + unknown) ^ load64(base + match.candidate + kMinMatch)) [[likely]] {
         end = unknown + ozrdc::detail::equalBytes(difference);

@@ -81,6 +81,9 @@ struct ThoroughSearch {
     // The last bytes of a source are not searched.
     static constexpr int64_t kMargin = 13;
 
+    // Behind a match of the least length, so many positions are worth a prefetch.
+    static constexpr int64_t kPrefetched = 3;
+
     // In sources up to this length nothing lies too far back.
     static constexpr int64_t kShortSource = kDistanceMax + 1;
     static constexpr bool kIsShort = sizeof(Entry) == 2;
@@ -149,6 +152,9 @@ struct ThoroughSearch {
 // In chunks, with steps that grow while nothing is found.
 struct SteppedSearch {
     static constexpr int64_t kMargin = 20;
+
+    // Fewer than above: a chunk and its dictionary are mostly in the first cache.
+    static constexpr int64_t kPrefetched = 2;
 
     // All positions of a chunk fit the dictionary, and no two are further apart than a match reaches.
     static constexpr int64_t kChunk = 49152;

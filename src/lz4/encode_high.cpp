@@ -41,10 +41,10 @@ constexpr int64_t kLeastFirst = 3;
     return 1 << (std::clamp(level, kLowestLevel, kHighestLevel) - 1);
 }
 
-// How far a second match has to begin later, so that the first one keeps up to `most` bytes and the second one four.
-[[nodiscard]] int64_t correction(const Match& first, const Match& second, int64_t most) noexcept {
+// How far a second match has to begin later, so that the first one keeps what is worth while and the second four bytes.
+[[nodiscard]] int64_t correction(const Match& first, const Match& second) noexcept {
     const int64_t gap = second.at - first.at;
-    const int64_t kept = std::min({int64_t{first.length}, most, gap + second.length - int64_t{kMinMatch}});
+    const int64_t kept = std::min({int64_t{first.length}, kWorthwhile, gap + second.length - int64_t{kMinMatch}});
     return std::max<int64_t>(0, kept - gap);
 }
 
@@ -107,7 +107,7 @@ class Parser {
     // `first` is made empty, or `first` is the one from which the search for a second begins anew.
     [[gnu::always_inline]] bool parseOverlap(Match& first, Match& second) noexcept {
         for (;;) {
-            if (second.at - first.at < kWorthwhile) second.beginLater(correction(first, second, kWorthwhile));
+            if (second.at - first.at < kWorthwhile) second.beginLater(correction(first, second));
             const Match third = searchBefore(second, kThirdOverlap);
             if (third.length == 0) {
                 cutAt(first, second);
@@ -128,12 +128,9 @@ class Parser {
                 first = second;
                 return true;
             }
-            if (second.at < first.end()) {
-                if (second.at - first.at < kNibbleMax) {
-                    second.beginLater(correction(first, second, first.length));
-                }
-                cutAt(first, second);
-            }
+            // What overlap is left costs the first match nothing that is worth while. (A second one that could not
+            // begin later is four bytes long, and a third one behind it begins inside the first or where that ends.)
+            cutAt(first, second);
             if (!put(first)) return false;
             first = second;
             second = third;

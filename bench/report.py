@@ -252,7 +252,9 @@ def plot_codec(plt, family):
         names += [i for i in implementations if i not in names]
     color = colors(names)
     markers = "osD^vP*X"
-    figure, grid = plt.subplots(1, len(panels), figsize=(4.6 * len(panels), 3.7), squeeze=False)
+    entries = max(sum(len(implementations) for implementations in panel.values()) for panel in panels.values())
+    height = 3.2 + 0.17 * ((entries + 1) // 2)  # the legend below, in two columns, takes nothing from the axes
+    figure, grid = plt.subplots(1, len(panels), figsize=(4.6 * len(panels), height), squeeze=False)
     for axes, (direction, primitives) in zip(grid.flat, panels.items()):
         for marker, (primitive, implementations) in zip(markers, primitives.items()):
             for implementation, results in implementations.items():

@@ -10,7 +10,9 @@ namespace ozrz::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 class Files : public Workspace {
   protected:
@@ -85,9 +87,31 @@ TEST_F(Files, ExistingResultIsNotOverwritten) {
     write("a.lz4", "precious");
     const Result result = ozrz({"a"});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.err, "ozrz: a.lz4: already exists; not overwritten\n");
+    EXPECT_EQ(result.err, "ozrz: a.lz4: already exists; not overwritten (-f does it)\n");
     EXPECT_EQ(read("a.lz4"), "precious");
     EXPECT_THAT(names(), ElementsAre("a", "a.lz4"));
+}
+
+TEST_F(Files, VerboseTwiceTellsMore) {
+    write("a", "hello");
+    const std::string once = ozrz({"-v", "a"}).err;
+    EXPECT_THAT(once, HasSubstr("a.lz4"));
+    for (const auto& arguments : {std::vector<std::string>{"-fvv", "a"}, {"-f", "-v", "-v", "a"}}) {
+        const Result twice = ozrz(arguments);
+        EXPECT_EQ(twice.exitCode, 0) << twice.err;
+        EXPECT_THAT(twice.err, HasSubstr(" s, "));
+    }
+}
+
+TEST_F(Files, NamesDoNotMoveTheCursor) {
+    const std::string name = "new\nline\x1b[1A";
+    write(name, "hello");
+    const Result result = ozrz({"-v", name});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, StartsWith("new?line?[1A: "));
+    EXPECT_EQ(ozrz({name}).err, "ozrz: new?line?[1A.lz4: already exists; not overwritten (-f does it)\n");
+    EXPECT_THAT(ozrz({"-l", name + ".lz4"}).out, EndsWith(" new?line?[1A.lz4\n"));
+    EXPECT_EQ(read(name + ".lz4").empty(), false);
 }
 
 TEST_F(Files, ForceOverwrites) {

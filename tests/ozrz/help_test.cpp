@@ -140,5 +140,18 @@ TEST_F(Help, WrongOptionsAreErrors) {
     }
 }
 
+TEST_F(Help, TellsWhatIsWrongWithTheCommandLine) {
+    const std::string hint = "Try \"ozrz --help\".\n";
+    EXPECT_EQ(ozrz({"--levl", "a"}).err, "ozrz: there is no option --levl\n" + hint);
+    EXPECT_EQ(ozrz({"-dQ", "a"}).err, "ozrz: there is no option -Q\n" + hint);
+    EXPECT_EQ(ozrz({"-o"}).err, "ozrz: --output needs a value\n" + hint);
+    EXPECT_EQ(ozrz({"bench", "--time"}).err, "ozrz: --time needs a value\n" + hint);
+}
+
+TEST_F(Help, ShowsExamples) {
+    const std::string help = ozrz({"--help"}).out;
+    EXPECT_LT(help.find("--version"), help.find("Examples:"));
+}
+
 }  // namespace
 }  // namespace ozrz::test

@@ -61,7 +61,7 @@ std::string optionNames(const CLI::Option& option) {
 
 }  // namespace
 
-std::string helpText(const CLI::App& app, const std::string& usage) {
+std::string helpText(const CLI::App& app, const std::string& usage, const std::string& examples) {
     std::string out = usage + "\n\n";
     appendWrapped(out, app.get_description(), 0);
     for (const std::string& group : app.get_groups()) {
@@ -79,6 +79,7 @@ std::string helpText(const CLI::App& app, const std::string& usage) {
         }
         if (!lines.empty()) out.append("\n").append(group).append(":\n").append(lines);
     }
+    if (!examples.empty()) out += "\n" + examples;
     if (!app.get_footer().empty()) {
         out += '\n';
         appendWrapped(out, app.get_footer(), 0);

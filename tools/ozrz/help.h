@@ -9,7 +9,8 @@ class App;
 
 namespace ozrz {
 
-// `usage` lines go in front, the app's description follows, then its options group by group.
-std::string helpText(const CLI::App& app, const std::string& usage);
+// `usage` lines go in front, the app's description follows, then its options group by group; behind them `examples`, as
+// they are, and the app's footer.
+std::string helpText(const CLI::App& app, const std::string& usage, const std::string& examples);
 
 }  // namespace ozrz

@@ -40,7 +40,7 @@ void listFiles(const Options& options, const Registry& registry, Messages& messa
         if (files++ == 0) print(heading);
         print(row(std::string(format->description().name), std::to_string(listing.compressed),
                   std::to_string(listing.uncompressed), ratioText(listing.compressed, listing.uncompressed),
-                  listing.check, input.name()));
+                  listing.check, printableText(input.name())));
         if (messages.verbose()) print("      " + listing.details + "\n");
         compressed += listing.compressed;
         uncompressed += listing.uncompressed;

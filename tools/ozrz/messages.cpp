@@ -4,11 +4,14 @@
 #include <cstdio>
 #include <string>
 
+#include "text.h"
+
 namespace ozrz {
 
 void Messages::show(std::string_view prefix, std::string_view text) {
     if (beforeWriting_) beforeWriting_();
-    const std::string all = std::string(prefix) + std::string(text) + "\n";
+    // Names of files are in it, which could hold anything: what moves the cursor would make a terminal tell lies.
+    const std::string all = std::string(prefix) + printableText(std::string(text)) + "\n";
     std::fputs(all.c_str(), stderr);  // one call: lines of processes that share the terminal stay whole
 }
 

@@ -27,6 +27,14 @@ constexpr const char* kDescription =
     "Compresses FILES, or decompresses them with -d. Every result goes to a new file beside its source, which is kept. "
     "Without FILES, or for the file -, standard input goes to standard output.";
 
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  ozrz big.log                  makes big.log.lz4, on all cores\n"
+    "  ozrz -d big.log.lz4 -o copy   and back\n"
+    "  ozrz -F gzip -9 *.csv         makes .gz files, as small as they get\n"
+    "  tar c src | ozrz > src.tar.lz4\n"
+    "  ozrz -l *.lz4                 shows what is in them\n";
+
 constexpr const char* kFooter =
     "Exit status: 0 for success, 1 after an error, 2 after a warning.\n"
     "\"ozrz bench --help\" explains the benchmark.";
@@ -78,14 +86,20 @@ CLI::Option* addThreads(CLI::App& app, unsigned& threads) {
 }
 
 // Parses; true if the work may go on. Otherwise help was asked for, and given.
-bool parse(CLI::App& app, int argc, char** argv, const std::string& usage) {
+bool parse(CLI::App& app, int argc, char** argv, const std::string& usage, const std::string& examples = {}) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     try {
         app.parse(argc, argv);
         return true;
     } catch (const CLI::CallForHelp&) {
-        print(helpText(app, usage));
+        print(helpText(app, usage, examples));
         return false;
+    } catch (const CLI::ExtrasError&) {
+        throw UsageError("there is no option " + app.remaining().front());
+    } catch (const CLI::ArgumentMismatch& error) {
+        // "--output: 1 required FILE missing"
+        const std::string text = error.what();
+        throw UsageError(text.substr(0, text.find(':')) + " needs a value");
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
@@ -161,14 +175,14 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     for (const auto& format : registry.formats()) format->addOptions(app);
 
     group = "What to say";
-    int verbose = 0;
     bool quiet = false;
     bool noProgress = false;
     bool version = false;
     bool formats = false;
-    app.add_flag("-v,--verbose", verbose, "a line for every file; twice: more of it")
-        ->multi_option_policy(CLI::MultiOptionPolicy::Throw)
-        ->group(group);
+    const CLI::Option* verbose = app.add_flag("-v,--verbose")
+                                     ->description("a line for every file; twice: more of it")
+                                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+                                     ->group(group);
     app.add_flag("-q,--quiet", quiet, "no warnings, no progress bar, no questions")->group(group);
     app.add_flag("--no-progress", noProgress, "no progress bar")->group(group);
     app.add_flag("--formats", formats, "show the formats")->group(group);
@@ -177,7 +191,7 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
 
     app.add_option("FILES", options.files)->multi_option_policy(CLI::MultiOptionPolicy::Throw);
 
-    if (!parse(app, argc, argv, kUsage)) return ExitCode::success;
+    if (!parse(app, argc, argv, kUsage, kExamples)) return ExitCode::success;
     if (version || formats) {
         print(version ? versionText() : formatsText(registry));
         return ExitCode::success;
@@ -195,7 +209,7 @@ std::variant<Options, BenchOptions, ExitCode> parseMain(int argc, char** argv, R
     }
     options.removeSource = options.removeSource && !keep;
     options.threads = threads == 0 ? allCores() : threads;
-    options.verbosity = quiet ? 0 : Messages::kNormal + verbose;
+    options.verbosity = quiet ? 0 : Messages::kNormal + static_cast<int>(verbose->count());
     options.progress = !quiet && !noProgress;
     if (options.files.empty()) options.files.emplace_back("-");
     checkConsistency(options);
@@ -248,7 +262,8 @@ std::variant<Options, BenchOptions, ExitCode> parseCommandLine(int argc, char** 
         if (argc > 1 && std::string_view(argv[1]) == "bench") return parseBench(argc - 1, argv + 1, registry);
         return parseMain(argc, argv, registry);
     } catch (const UsageError& error) {
-        messages.error(std::string(error.what()) + "\nTry \"ozrz --help\".");
+        messages.error(error.what());
+        messages.line("Try \"ozrz --help\".");
         return ExitCode::error;
     }
 }

@@ -162,7 +162,7 @@ void NewFile::rename() {
     if (!replace_) {
         // Fails if the target has appeared since it was looked for. Some file systems do not know this way.
         result = renameat2(AT_FDCWD, from, AT_FDCWD, path_.c_str(), RENAME_NOREPLACE);
-        if (result != 0 && errno == EEXIST) throw Skipped(path_ + ": already exists; not overwritten");
+        if (result != 0 && errno == EEXIST) throw Skipped(path_ + ": already exists; not overwritten (-f does it)");
     }
     if (result != 0) result = std::rename(from, path_.c_str());
     if (result != 0) throw FileError(path_, "cannot give the finished file its name", errno);
@@ -189,7 +189,7 @@ std::unique_ptr<OutputFile> openFile(const std::string& path, const struct stat&
     if (stat(path.c_str(), &status) != 0) {
         // A link that leads nowhere is in the way like a file.
         const bool exists = lstat(path.c_str(), &status) == 0;
-        if (exists && !overwrite(path)) throw Skipped(path + ": already exists; not overwritten");
+        if (exists && !overwrite(path)) throw Skipped(path + ": already exists; not overwritten (-f does it)");
         return std::make_unique<NewFile>(path, exists);
     }
     if (S_ISDIR(status.st_mode)) throw FileError(path, "cannot create", EISDIR);
@@ -197,7 +197,7 @@ std::unique_ptr<OutputFile> openFile(const std::string& path, const struct stat&
     if (status.st_dev == source.st_dev && status.st_ino == source.st_ino) {
         throw FileError(path, "is the source itself and cannot be the result too");
     }
-    if (!overwrite(path)) throw Skipped(path + ": already exists; not overwritten");
+    if (!overwrite(path)) throw Skipped(path + ": already exists; not overwritten (-f does it)");
     return std::make_unique<NewFile>(resolved(path), true);
 }
 

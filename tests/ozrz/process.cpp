@@ -51,7 +51,8 @@ pid_t start(const std::vector<std::string>& command, const Setting& setting, int
     dup2(in, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
-    signal(SIGPIPE, SIG_DFL);
+    // What the tests' own caller ignores would be ignored here too: a shell's background jobs ignore SIGINT.
+    for (const int signalNumber : {SIGPIPE, SIGINT, SIGTERM, SIGHUP, SIGXFSZ}) signal(signalNumber, SIG_DFL);
     setting.beforeExec();
     execvp(arguments[0], arguments.data());
     _exit(127);

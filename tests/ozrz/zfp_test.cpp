@@ -509,6 +509,8 @@ TEST_F(Zfp, WarnsOfBytesBehindTheEnd) {
 
 // A header may ask for a quarter of a million gigabytes.
 TEST_F(Zfp, TakesNoMemoryForAVolumeThatCannotBeThere) {
+    // A process begins with what the tests' own has in memory, and that counts.
+    const auto least = ozrz({"-V"}).maxResidentKilobytes;
     for (const uint16_t mode : {uint16_t{511}, uint16_t{8}, uint16_t{0}, uint16_t{2100}, uint16_t{3000}}) {
         std::string file = "zfp\x05";
         const uint64_t fields = 0xA | (~uint64_t{0} >> 16) << 4 | uint64_t{mode} << 52;
@@ -517,7 +519,7 @@ TEST_F(Zfp, TakesNoMemoryForAVolumeThatCannotBeThere) {
         const Result result = ozrz({"-dc", "-F", "zfp"}, file);
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_THAT(result.err, HasSubstr("it ends inside its blocks"));
-        EXPECT_LT(result.maxResidentKilobytes, 100 << 10);
+        EXPECT_LT(result.maxResidentKilobytes, least + (100 << 10));
     }
 }
 

@@ -8,8 +8,6 @@
 
 namespace ozrdc {
 
-namespace detail {
-
 // How many of the low bytes of two words are equal, given the XOR of the words, which is not zero.
 [[gnu::always_inline]] inline int64_t equalBytes(uint64_t difference) noexcept {
     return static_cast<unsigned>(__builtin_ctzll(difference)) >> 3;
@@ -19,8 +17,6 @@ namespace detail {
 [[gnu::always_inline]] inline int64_t equalBytesAtEnd(uint64_t difference) noexcept {
     return static_cast<unsigned>(__builtin_clzll(difference)) >> 3;
 }
-
-}  // namespace detail
 
 // Returns how many bytes at `a` and `b` are equal, at most `limit`. Reads no byte at or behind `a + limit` or `b +
 // limit`.
@@ -34,7 +30,7 @@ namespace detail {
                                                    int64_t limit) noexcept {
     int64_t n = 0;
     if (limit >= 8) [[likely]] {
-        if (const uint64_t difference = load64(a) ^ load64(b + index)) return detail::equalBytes(difference);
+        if (const uint64_t difference = load64(a) ^ load64(b + index)) return equalBytes(difference);
     }
     b += opaque(index);
     if (limit >= 8) [[likely]] {
@@ -43,7 +39,7 @@ namespace detail {
             if (const unsigned different = equal ^ 0xFFFF) return n + __builtin_ctz(different);
         }
         if (n + 8 <= limit) {
-            if (const uint64_t difference = load64(a + n) ^ load64(b + n)) return n + detail::equalBytes(difference);
+            if (const uint64_t difference = load64(a + n) ^ load64(b + n)) return n + equalBytes(difference);
             n += 8;
         }
     }
@@ -57,7 +53,7 @@ namespace detail {
     int64_t n = 0;
     for (; n + 8 <= limit; n += 8) {
         const uint64_t difference = load64(a - n - 8) ^ load64(b - n - 8);
-        if (difference != 0) return n + detail::equalBytesAtEnd(difference);
+        if (difference != 0) return n + equalBytesAtEnd(difference);
     }
     while (n < limit && *(a - n - 1) == *(b - n - 1)) ++n;
     return n;

@@ -28,7 +28,7 @@ template <Part part>
     const uint64_t difference = load64(candidate) ^ load64(p);
     const uint32_t differenceOfThree = static_cast<uint32_t>(difference) << 8;
     if ((differenceOfThree | (isAdmitted ? 0U : 1U)) != 0) return kNone;
-    if (difference != 0) return {ozrdc::detail::equalBytes(difference), distance};
+    if (difference != 0) return {equalBytes(difference), distance};
     return {kWord + getboundlong(p + kWord, candidate + kWord, 0, kMaxMatch - kWord), distance};
 }
 

@@ -89,7 +89,7 @@ struct SourceSearch {
         const uint32_t refused = distance - 1 < reach ? 0 : 1;
         if ((static_cast<uint32_t>(difference) | refused) != 0) return 0;
         if (difference != 0) {
-            const int64_t length = ozrdc::detail::equalBytes(difference);
+            const int64_t length = equalBytes(difference);
             if (length < kCrcBytes) __builtin_unreachable();
             return length;
         }

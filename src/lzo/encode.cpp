@@ -51,7 +51,7 @@ template <class Search>
     for (int64_t i = 0; i < Search::kPrefetched; ++i) search.prefetch(base, unknown + i);
     int64_t end;
     if (const uint64_t difference = load64(base + unknown) ^ load64(base + match.candidate + kMinMatch)) [[likely]] {
-        end = unknown + ozrdc::detail::equalBytes(difference);
+        end = unknown + equalBytes(difference);
     } else {
         end = endOfLongMatch(base, match.position, match.candidate, stretch.length());
     }

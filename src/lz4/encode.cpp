@@ -73,7 +73,8 @@ Status y8_ozrsEncodeLZ4Safe_8u(const uint8_t* pSrc, int32_t* pSrcLen, uint8_t* p
     if (anyNull(pSrc, pDst, pDstLen)) return StatusNullPointer;
     if (*pSrcLen < 1 || *pDstLen < 1) return StatusSizeError;
     const Source src{pSrc, *pSrcLen};
-    const Block block = encodePlain(src, pHashTable, BoundedWriter{pDst, pDst + *pDstLen});
+    const Block block =
+        encodeInto(pDst, *pDstLen, src.length, [&](auto writer) { return encodePlain(src, pHashTable, writer); });
     *pSrcLen = static_cast<int32_t>(block.consumed);
     *pDstLen = static_cast<int32_t>(block.end - pDst);
     return block.consumed == src.length ? StatusOk : StatusDestinationFull;

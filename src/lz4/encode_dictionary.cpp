@@ -124,8 +124,9 @@ Status y8_ozrsEncodeLZ4DictSafe_8u(const uint8_t* pSrc, int32_t srcIdx, int32_t*
     if (*pSrcLen < 1 || *pDstLen < 1) return StatusSizeError;
     if (srcIdx < 0) return StatusBadArgument;
     const Source src{pSrc, *pSrcLen};
+    const Job job{src, srcIdx, table, kind, pDict, dictSize};
     const Block block =
-        encodeWithHistory({src, srcIdx, table, kind, pDict, dictSize}, BoundedWriter{pDst, pDst + *pDstLen});
+        encodeInto(pDst, *pDstLen, src.length, [&](auto writer) { return encodeWithHistory(job, writer); });
     *pSrcLen = static_cast<int32_t>(block.consumed);
     *pDstLen = static_cast<int32_t>(block.end - pDst);
     return block.consumed == src.length ? StatusOk : StatusDestinationFull;

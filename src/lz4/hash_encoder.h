@@ -80,4 +80,13 @@ template <class Table, class History, class Writer>
                   kNextMatchMargin);
 }
 
+// Encodes into a destination of `capacity` bytes, by `encodeWith(writer)`. Where the worst case fits, nothing is ever
+// refused or made shorter, and the writer that does not look is the faster one.
+template <class EncodeWith>
+[[gnu::always_inline]] inline Block encodeInto(uint8_t* pDst, int32_t capacity, int64_t srcLen,
+                                               EncodeWith encodeWith) noexcept {
+    if (capacity >= worstCase(srcLen)) return encodeWith(UncheckedWriter{pDst});
+    return encodeWith(BoundedWriter{pDst, pDst + capacity});
+}
+
 }  // namespace ozrdc::lz4

@@ -1,10 +1,10 @@
 // Writes the sequences of an LZ4 block.
 //
-// Three writers exist. `UncheckedWriter` relies on the caller's promise of room for the worst case, n + n / 255 + 16
-// bytes, and copies literals in whole units past their end. That stays inside: a sequence is never longer than the
-// source bytes it stands for plus one byte for each 255 literals, and at least `kSearchMargin` further source bytes
-// follow every sequence. `BoundedWriter` writes nothing past the capacity, and stops, or shortens a match, when a
-// sequence would not fit. `StrictWriter` writes a sequence whole or not at all.
+// Three writers exist. `UncheckedWriter` relies on room for the worst case, and copies literals in whole units past
+// their end. That stays inside: a sequence is never longer than the source bytes it stands for plus one byte for each
+// 255 literals, and at least `kSearchMargin` further source bytes follow every sequence. `BoundedWriter` writes nothing
+// past the capacity, and stops, or shortens a match, when a sequence would not fit. `StrictWriter` writes a sequence
+// whole or not at all.
 #pragma once
 
 #include <algorithm>

@@ -38,7 +38,7 @@ CheckedEncoder::CheckedEncoder(Guard guard) : state_(guard), source_(guard), tar
 
 void CheckedEncoder::init() {
     EXPECT_EQ(ozrsEncodeLZSSInit_8u(state_.get()), StatusOk);
-    model_ = {};
+    model_.init();
 }
 
 Result CheckedEncoder::encode(ByteView source, std::size_t capacity) {

@@ -39,6 +39,13 @@ int hashOf(uint8_t first, uint8_t second, uint8_t third) {
 
 // --- Encoder --------------------------------------------------------------------------------------------------------
 
+void ReferenceEncoder::init() {
+    stream_.clear();
+    head_.assign(kPositions, kNowhere);
+    chain_.assign(kPositions, kNowhere);
+    pending_.clear();
+}
+
 void ReferenceEncoder::put(unsigned value, unsigned count) {
     while (count > 0) pending_.push_back((value >> --count & 1) != 0);
 }
@@ -52,7 +59,7 @@ int64_t ReferenceEncoder::enter(int64_t position, ByteView source) {
     const auto hash = static_cast<std::size_t>(
         hashOf(byteAt(position, source), byteAt(position + 1, source), byteAt(position + 2, source)));
     const int64_t candidate = head_[hash];
-    chain_[static_cast<std::size_t>(position) % 32768] = candidate;
+    chain_[static_cast<std::size_t>(position) % kPositions] = candidate;
     head_[hash] = position;
     return candidate;
 }
@@ -94,7 +101,7 @@ Result ReferenceEncoder::encode(ByteView source, std::size_t capacity) {
                         bestCandidate = candidate;
                     }
                 }
-                candidate = chain_[static_cast<std::size_t>(candidate) % 32768];
+                candidate = chain_[static_cast<std::size_t>(candidate) % kPositions];
             }
         }
         if (best >= 3) {

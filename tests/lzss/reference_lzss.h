@@ -34,6 +34,9 @@ int hashOf(uint8_t first, uint8_t second, uint8_t third);
 
 class ReferenceEncoder {
   public:
+    // Begins a new stream.
+    void init();
+
     Result encode(ByteView source, std::size_t capacity);
     Result flush(std::size_t capacity);
 
@@ -43,8 +46,11 @@ class ReferenceEncoder {
     uint8_t byteAt(int64_t position, ByteView source) const;
 
     Bytes stream_;  // all that was consumed
-    std::vector<int64_t> head_ = std::vector<int64_t>(32768, -32768);
-    std::vector<int64_t> chain_ = std::vector<int64_t>(32768, -32768);
+    // Positions by hash, and by the low bits of a later position; that far back, nothing is reached.
+    static constexpr std::size_t kPositions = 32768;
+    static constexpr int64_t kNowhere = -32768;
+    std::vector<int64_t> head_ = std::vector<int64_t>(kPositions, kNowhere);
+    std::vector<int64_t> chain_ = std::vector<int64_t>(kPositions, kNowhere);
     std::deque<bool> pending_;
 };
 

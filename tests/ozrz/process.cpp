@@ -42,11 +42,12 @@ void writeAll(int descriptor, const std::string& text) {
 }
 
 pid_t start(const std::vector<std::string>& command, const Setting& setting, int in, int out, int err) {
-    const pid_t process = checked(fork(), "fork");
-    if (process != 0) return process;
     std::vector<char*> arguments;
     for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
+    // Not fork(): it would copy the page tables of this process, and a sanitizer makes them huge.
+    const pid_t process = checked(vfork(), "fork");
+    if (process != 0) return process;
     if (chdir(setting.directory.empty() ? "." : setting.directory.c_str()) != 0) _exit(126);
     dup2(in, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);

@@ -12,12 +12,17 @@
 
 #include <array>
 #include <chrono>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <regex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/measure.h"
@@ -106,6 +111,7 @@ struct Peer {
 
 const std::vector<Peer>& peers() {
     static const std::vector<Peer> all{
+        {"lz4", "lz4", {"lz4", "-c"}, {"lz4", "-dc"}, "-1", 1},
         {"gzip", "gzip", {"gzip", "-c"}, {"gzip", "-dc"}, "-6", 1},
         {"pigz", "gzip", {"pigz", "-p2", "-c"}, {"pigz", "-p2", "-dc"}, "-6", 2},
         {"bzip2", "bzip2", {"bzip2", "-c"}, {"bzip2", "-dc"}, "-9", 1},
@@ -116,9 +122,17 @@ const std::vector<Peer>& peers() {
 }
 
 void measureCommand(const std::string& primitive, const std::string& implementation, const File& file,
-                    const Command& command, const std::string& from, Clock clock, std::size_t packedSize) {
-    measureTimedCodec(primitive, implementation, file.name, file.data.size(), packedSize,
+                    const Command& command, const std::string& from, Clock clock, std::size_t size) {
+    measureTimedCodec(primitive, implementation, file.name, file.data.size(), size,
                       [=] { return timeOf(command, from, "/dev/null", clock); });
+}
+
+// Runs a command for what it writes; returns how much that is.
+std::uintmax_t packedSize(const Command& command, const std::string& from, const std::string& to) {
+    if (timeOf(command, from, to, Clock::wall) == 0) {
+        throw std::runtime_error("cannot compress with " + command.front());
+    }
+    return fs::file_size(to);
 }
 
 void addPeer(const Peer& peer, const File& file, const fs::path& directory) {
@@ -128,18 +142,90 @@ void addPeer(const Peer& peer, const File& file, const fs::path& directory) {
     const Command unpack{OZRZ_COMMAND, "-q", threads, "-F", peer.format, "-dc"};
     const std::string plain = directory / file.name;
     const std::string theirs = directory / (file.name + "." + peer.name);
-    const std::string ours = theirs + ".ozrz";
-    if (timeOf(peer.pack, plain, theirs, clock) == 0 || timeOf(pack, plain, ours, clock) == 0) {
-        throw std::runtime_error("cannot compress with " + peer.name);
-    }
+    const auto ourSize = packedSize(pack, plain, theirs + ".ozrz");
+    const auto theirSize = packedSize(peer.pack, plain, theirs);
     const std::string suffix = peer.threads == 1 ? "" : "_2_threads";
     const std::string encode = peer.format + "_encode" + suffix;
-    measureCommand(encode, "ozrdc", file, pack, plain, clock, fs::file_size(ours));
-    measureCommand(encode, peer.name, file, peer.pack, plain, clock, fs::file_size(theirs));
+    measureCommand(encode, "ozrdc", file, pack, plain, clock, ourSize);
+    measureCommand(encode, peer.name, file, peer.pack, plain, clock, theirSize);
     // Both read the file of the peer.
     const std::string decode = peer.format + "_decode" + suffix;
-    measureCommand(decode, "ozrdc", file, unpack, theirs, clock, fs::file_size(theirs));
-    measureCommand(decode, peer.name, file, peer.unpack, theirs, clock, fs::file_size(theirs));
+    measureCommand(decode, "ozrdc", file, unpack, theirs, clock, theirSize);
+    measureCommand(decode, peer.name, file, peer.unpack, theirs, clock, theirSize);
+}
+
+// A command for gzip files with levels 1 to 9, and the sizes that it makes of the files.
+class Levels {
+  public:
+    static constexpr int kHighest = 9;
+
+    Levels(std::string name, Command command, const std::vector<const File*>& files, const fs::path& directory)
+        : name_(std::move(name)), command_(std::move(command)) {
+        for (int level = 1; level <= kHighest; ++level) {
+            for (const File* file : files) {
+                sizes_[index(level)].push_back(
+                    packedSize(at(level), directory / file->name, directory / (file->name + ".gz")));
+            }
+        }
+    }
+
+    Command at(int level) const {
+        Command command = command_;
+        command.push_back("-" + std::to_string(level));
+        return command;
+    }
+
+    // The geometric mean of the sizes.
+    double meanSize(int level) const {
+        double logarithms = 0;
+        for (const std::uintmax_t size : sizes_[index(level)]) logarithms += std::log(static_cast<double>(size));
+        return std::exp(logarithms / static_cast<double>(sizes_[index(level)].size()));
+    }
+
+    // The level whose mean size is nearest to this one.
+    int nearest(double size) const {
+        int best = 1;
+        for (int level = 2; level <= kHighest; ++level) {
+            if (std::abs(meanSize(level) - size) < std::abs(meanSize(best) - size)) best = level;
+        }
+        return best;
+    }
+
+    void measure(const std::string& primitive, int level, const std::vector<const File*>& files,
+                 const fs::path& directory) const {
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            measureCommand(primitive, name_, *files[i], at(level), directory / files[i]->name, Clock::processor,
+                           sizes_[index(level)][i]);
+        }
+    }
+
+  private:
+    static std::size_t index(int level) { return static_cast<std::size_t>(level - 1); }
+
+    std::string name_;
+    Command command_;
+    std::array<std::vector<std::uintmax_t>, kHighest> sizes_;
+};
+
+// Each level against the same one of gzip, and against the one of libdeflate's command whose files are of nearest size.
+void addGzipLevels(const std::vector<const File*>& files, const fs::path& directory) {
+    const auto levelsOf = [&](const std::string& name) -> std::optional<Levels> {
+        if (std::system(("command -v " + name + " >/dev/null").c_str()) != 0) return std::nullopt;
+        return Levels(name, {name, "-c"}, files, directory);
+    };
+    const Levels ours("ozrdc", {OZRZ_COMMAND, "-q", "-T1", "-F", "gzip", "-c"}, files, directory);
+    const std::optional<Levels> gzip = levelsOf("gzip");
+    const std::optional<Levels> libdeflate = levelsOf("libdeflate-gzip");
+    for (int level = 1; level <= Levels::kHighest; ++level) {
+        const std::string primitive = "gzip_encode_" + std::to_string(level);
+        ours.measure(primitive, level, files, directory);
+        if (gzip) gzip->measure(primitive, level, files, directory);
+        if (libdeflate) {
+            const int nearest = libdeflate->nearest(ours.meanSize(level));
+            note(primitive, "libdeflate-gzip -" + std::to_string(nearest));
+            libdeflate->measure(primitive, nearest, files, directory);
+        }
+    }
 }
 
 }  // namespace
@@ -150,14 +236,17 @@ void registerBenchmarks(const Corpus& corpus) {
         std::ofstream out(directory.path() / file.name, std::ios::binary);
         out.write(reinterpret_cast<const char*>(file.data.data()), static_cast<std::streamsize>(file.data.size()));
     }
+    std::vector<const File*> files;
+    for (const File& file : corpus) {
+        if (file.data.size() >= kMinSize) files.push_back(&file);
+    }
     for (const Peer& peer : peers()) {
         const std::string version = versionOf(peer.name);
         if (version.empty()) continue;
         note(peer.name, version);
-        for (const File& file : corpus) {
-            if (file.data.size() >= kMinSize) addPeer(peer, file, directory.path());
-        }
+        for (const File* file : files) addPeer(peer, *file, directory.path());
     }
+    addGzipLevels(files, directory.path());
 }
 
 }  // namespace ozrdc::bench

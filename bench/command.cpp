@@ -171,7 +171,7 @@ class Levels {
 
     Command at(int level) const {
         Command command = command_;
-        command.push_back("-" + std::to_string(level));
+        command.push_back({'-', static_cast<char>('0' + level)});
         return command;
     }
 

@@ -36,8 +36,8 @@ constexpr std::array<Effort, 9> kEfforts{{
     {Effort::Parser::slow, {16, 4, 32, 16}, 2048},
     {Effort::Parser::slow, {32, 8, 128, 64}, 2048},
     {Effort::Parser::slow, {128, 4, 258, 258}, 2048},
-    {Effort::Parser::slow, {256, 8, 258, 258}, 2048},
-    {Effort::Parser::slow, {512, 8, 258, 258}, 512},
+    {Effort::Parser::slow, {192, 8, 258, 258}, 1024},
+    {Effort::Parser::slow, {256, 4, 258, 258}, 512},
 }};
 
 constexpr int32_t kFinalFlush = 2;

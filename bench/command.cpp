@@ -145,11 +145,11 @@ void addPeer(const Peer& peer, const File& file, const fs::path& directory) {
     const auto ourSize = packedSize(pack, plain, theirs + ".ozrz");
     const auto theirSize = packedSize(peer.pack, plain, theirs);
     const std::string suffix = peer.threads == 1 ? "" : "_2_threads";
-    const std::string encode = peer.format + "_encode" + suffix;
+    const std::string encode = "ozrz_" + peer.format + "_encode" + suffix;
     measureCommand(encode, "ozrdc", file, pack, plain, clock, ourSize);
     measureCommand(encode, peer.name, file, peer.pack, plain, clock, theirSize);
     // Both read the file of the peer.
-    const std::string decode = peer.format + "_decode" + suffix;
+    const std::string decode = "ozrz_" + peer.format + "_decode" + suffix;
     measureCommand(decode, "ozrdc", file, unpack, theirs, clock, theirSize);
     measureCommand(decode, peer.name, file, peer.unpack, theirs, clock, theirSize);
 }
@@ -217,7 +217,7 @@ void addGzipLevels(const std::vector<const File*>& files, const fs::path& direct
     const std::optional<Levels> gzip = levelsOf("gzip");
     const std::optional<Levels> libdeflate = levelsOf("libdeflate-gzip");
     for (int level = 1; level <= Levels::kHighest; ++level) {
-        const std::string primitive = "gzip_encode_" + std::to_string(level);
+        const std::string primitive = "ozrz_gzip_encode_" + std::to_string(level);
         ours.measure(primitive, level, files, directory);
         if (gzip) gzip->measure(primitive, level, files, directory);
         if (libdeflate) {

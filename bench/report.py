@@ -21,6 +21,7 @@ README.md the summary between <!-- summary:begin --> and <!-- summary:end --> is
 
 import argparse
 import collections
+import itertools
 import json
 import math
 import pathlib
@@ -30,6 +31,7 @@ import sys
 
 OURS = "ozrdc"
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+MOST_MARKED_LEVELS = 4  # more of them become a line in a plot
 # One color for each implementation, in the order of appearance after ours.
 OUR_COLOR = "#0b6e99"
 PEER_COLORS = ["#d1495b", "#edae49", "#6a4c93", "#66a182", "#8d6a4f", "#7a7a7a"]
@@ -241,6 +243,30 @@ def plot_curves(plt, family):
     return figure
 
 
+def level_of(primitive):
+    """The stem and the number of a primitive whose name ends in its level."""
+    match = re.fullmatch(r"(.+?)_?(\d)", primitive)
+    return (match[1], int(match[2])) if match else (primitive, None)
+
+
+def plot_series(primitives):
+    """What is drawn: label, marker (none for a line through levels), and a list of results for each implementation."""
+    levels = {}
+    for primitive in primitives:
+        stem, level = level_of(primitive)
+        if level is not None:
+            levels.setdefault(stem, {})[level] = primitive
+    lines = {stem: dict(sorted(named.items())) for stem, named in levels.items() if len(named) > MOST_MARKED_LEVELS}
+    markers = itertools.cycle("osD^vP*X")
+    for primitive, implementations in primitives.items():
+        stem, level = level_of(primitive)
+        if level is None or stem not in lines:
+            yield primitive, next(markers), {i: [r] for i, r in implementations.items()}
+        elif level == min(lines[stem]):
+            yield (f"{stem} {level} to {max(lines[stem])}", None,
+                   {i: [primitives[p][i] for p in lines[stem].values()] for i in implementations})
+
+
 def plot_codec(plt, family):
     """Codecs: compression ratio of all files together against speed, a panel for each direction."""
     panels = collections.OrderedDict()
@@ -251,18 +277,25 @@ def plot_codec(plt, family):
     for implementations in family.whole_files().values():
         names += [i for i in implementations if i not in names]
     color = colors(names)
-    markers = "osD^vP*X"
-    entries = max(sum(len(implementations) for implementations in panel.values()) for panel in panels.values())
-    height = 3.2 + 0.17 * ((entries + 1) // 2)  # the legend below, in two columns, takes nothing from the axes
-    figure, grid = plt.subplots(1, len(panels), figsize=(4.6 * len(panels), height), squeeze=False)
-    for axes, (direction, primitives) in zip(grid.flat, panels.items()):
-        for marker, (primitive, implementations) in zip(markers, primitives.items()):
+    panels = {direction: list(plot_series(primitives)) for direction, primitives in panels.items()}
+    entries = max(sum(len(implementations) for _, _, implementations in panel) for panel in panels.values())
+    longest = max(len(f"{label}, {i}") for panel in panels.values() for label, _, named in panel for i in named)
+    height = 3.2 + 0.22 * ((entries + 1) // 2)  # the legend below, in two columns, takes nothing from the axes
+    width = 4.6 if longest < 30 else 5.8
+    figure, grid = plt.subplots(1, len(panels), figsize=(width * len(panels), height), squeeze=False)
+    for axes, (direction, series) in zip(grid.flat, panels.items()):
+        for label, marker, implementations in series:
             for implementation, results in implementations.items():
-                if any(r.compressed is None for r in results.values()):
+                if any(r.compressed is None for files in results for r in files.values()):
                     continue  # a stage by itself
-                x, y = overall_speed(results) / 1e9, overall_ratio(results)
-                axes.scatter(x, y, s=46, marker=marker, color=color[implementation], edgecolor="white", linewidth=0.6,
-                             zorder=3, label=f"{primitive}, {implementation}")
+                x = [overall_speed(files) / 1e9 for files in results]
+                y = [overall_ratio(files) for files in results]
+                name = f"{label}, {implementation}"
+                if marker is None:
+                    axes.plot(x, y, color=color[implementation], marker=".", linewidth=1.1, zorder=2, label=name)
+                else:
+                    axes.scatter(x, y, s=46, marker=marker, color=color[implementation], edgecolor="white",
+                                 linewidth=0.6, zorder=3, label=name)
         axes.set_title(direction, loc="left")
         axes.set_xlabel("GB/s of plain bytes, geometric mean over files")
         axes.set_ylabel("compression ratio")

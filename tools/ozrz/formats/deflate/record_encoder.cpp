@@ -36,7 +36,7 @@ constexpr std::array<Effort, 9> kEfforts{{
     {Effort::Parser::slow, {16, 4, 32, 16}, 2048},
     {Effort::Parser::slow, {32, 8, 128, 64}, 2048},
     {Effort::Parser::slow, {128, 4, 258, 258}, 2048},
-    {Effort::Parser::slow, {192, 8, 258, 258}, 1024},
+    {Effort::Parser::slow, {192, 4, 258, 258}, 1024},
     {Effort::Parser::slow, {256, 4, 258, 258}, 512},
 }};
 

@@ -302,7 +302,8 @@ Status ozrsEncodeLZ4_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int3
  * @param[in,out] pSrcLen     In: their number, at least 1. Out: bytes consumed.
  * @param[out]    pDst        Receives the block. Nothing is written past its capacity; bytes behind the block,
  *                            up to there, are unspecified.
- * @param[in,out] pDstLen     In: capacity in bytes, at least 1. Out: length of the block.
+ * @param[in,out] pDstLen     In: capacity in bytes, at least 1. Out: length of the block. With a capacity of
+ *                            n + n / 255 + 16 for n source bytes nothing is cut, and nothing is checked on the way.
  * @param[out]    pHashTable  Scratch, 16384 bytes at any address; cleared by the call (after the null test of
  *                            `pSrcLen`, before its other checks).
  * @retval StatusOk               All of the source was consumed.

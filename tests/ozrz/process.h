@@ -19,11 +19,13 @@ struct Result {
 };
 
 struct Setting {
-    std::string directory;                     // to run in
-    std::string input;                         // given through a pipe
-    std::optional<std::string> inputFile{};    // standard input is this file instead
-    std::optional<std::string> outputFile{};   // standard output is this file, and `Result::out` stays empty
-    std::function<void()> beforeExec = [] {};  // in the new process
+    std::string directory;                    // to run in
+    std::string input;                        // given through a pipe
+    std::optional<std::string> inputFile{};   // standard input is this file instead
+    std::optional<std::string> outputFile{};  // standard output is this file, and `Result::out` stays empty
+    // Runs in the new process, which still has its parent's memory: it may change what the kernel knows of the process,
+    // and no variable.
+    std::function<void()> beforeExec = [] {};
 };
 
 // Runs to the end. The first word is looked up in PATH.
